@@ -1,0 +1,5 @@
+#pragma once
+
+// Everything is built with hidden visibility; only what carries this mark leaves its shared
+// library.
+#define LX2_API __attribute__((visibility("default")))

@@ -1,0 +1,45 @@
+#include <C2Buffer.h>
+
+namespace {
+
+// C2Buffer's block constructors are for its subclasses.
+struct PublicBuffer : C2Buffer {
+    explicit PublicBuffer(const C2ConstLinearBlock& block)
+        : C2Buffer(std::vector<C2ConstLinearBlock>{block}) {}
+    explicit PublicBuffer(const C2ConstGraphicBlock& block)
+        : C2Buffer(std::vector<C2ConstGraphicBlock>{block}) {}
+};
+
+}  // namespace
+
+C2Buffer::C2Buffer(const std::vector<C2ConstLinearBlock>& blocks, C2BufferData::type_t type)
+    : mData(type, blocks) {}
+C2Buffer::C2Buffer(const std::vector<C2ConstGraphicBlock>& blocks, C2BufferData::type_t type)
+    : mData(type, blocks) {}
+C2Buffer::~C2Buffer() = default;
+
+const std::vector<std::shared_ptr<const C2Info>> C2Buffer::info() const {
+    std::vector<std::shared_ptr<const C2Info>> all;
+    for (const auto& entry : mInfos)
+        all.push_back(entry.second);
+    return all;
+}
+
+c2_status_t C2Buffer::setInfo(const std::shared_ptr<C2Info>& info) {
+    if (info == nullptr)
+        return C2_BAD_VALUE;
+    mInfos[info->type().type()] = info;
+    return C2_OK;
+}
+
+bool C2Buffer::hasInfo(C2Param::Type index) const {
+    return mInfos.count(index.type()) != 0;
+}
+
+std::shared_ptr<C2Buffer> C2Buffer::CreateLinearBuffer(const C2ConstLinearBlock& block) {
+    return std::make_shared<PublicBuffer>(block);
+}
+
+std::shared_ptr<C2Buffer> C2Buffer::CreateGraphicBuffer(const C2ConstGraphicBlock& block) {
+    return std::make_shared<PublicBuffer>(block);
+}

@@ -1,0 +1,67 @@
+#include <C2BlockInternal.h>
+#include <C2PlatformSupport.h>
+#include <lx2host/DmaBuf.h>
+#include <lx2host/GraphicPools.h>
+#include <unistd.h>
+
+namespace {
+
+// The handle of a linear block: the memory's descriptor, then the capacity.
+class DmaBufAllocation : public C2LinearAllocation {
+  public:
+    explicit DmaBufAllocation(uint32_t capacity)
+        : C2LinearAllocation(capacity), mHandle(native_handle_create(1, 1)) {
+        if (mHandle == nullptr)
+            return;
+        mHandle->data[0] = lx2::host::AllocateDmaBuf(capacity);
+        mHandle->data[1] = static_cast<int>(capacity);
+    }
+    ~DmaBufAllocation() override {
+        if (isValid())
+            native_handle_close(mHandle);
+        native_handle_delete(mHandle);
+    }
+    DmaBufAllocation(const DmaBufAllocation&) = delete;
+    DmaBufAllocation& operator=(const DmaBufAllocation&) = delete;
+
+    bool isValid() const { return mHandle != nullptr && mHandle->data[0] >= 0; }
+    const C2Handle* handle() const override { return mHandle; }
+
+  private:
+    native_handle_t* mHandle;
+};
+
+class BasicLinearPool : public C2BlockPool {
+  public:
+    local_id_t getLocalId() const override { return BASIC_LINEAR; }
+
+    c2_status_t fetchLinearBlock(uint32_t capacity, C2MemoryUsage,
+                                 std::shared_ptr<C2LinearBlock>* block) override {
+        auto allocation = std::make_shared<DmaBufAllocation>(capacity);
+        *block = allocation->isValid() ? _C2BlockFactory::CreateLinearBlock(allocation) : nullptr;
+        return *block != nullptr ? C2_OK : C2_NO_MEMORY;
+    }
+};
+
+}  // namespace
+
+namespace android {
+
+c2_status_t GetCodec2BlockPool(C2BlockPool::local_id_t id, std::shared_ptr<const C2Component>,
+                               std::shared_ptr<C2BlockPool>* pool) {
+    if (pool == nullptr)
+        return C2_BAD_VALUE;
+    switch (id) {
+        case C2BlockPool::BASIC_LINEAR:
+            *pool = std::make_shared<BasicLinearPool>();
+            return C2_OK;
+        case C2BlockPool::BASIC_GRAPHIC:
+            *pool = lx2::host::CreateBasicGraphicPool();
+            return C2_OK;
+        default:
+            *pool = nullptr;
+            return C2_NOT_FOUND;
+    }
+}
+
+}  // namespace android

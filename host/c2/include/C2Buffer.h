@@ -1,0 +1,212 @@
+// Stand-in for the Codec 2.0 support library's <C2Buffer.h>: blocks, buffers and block pools.
+#pragma once
+
+#include <C2.h>
+#include <C2Param.h>
+#include <cutils/native_handle.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#define C2_HOST_API __attribute__((visibility("default")))
+
+using C2Handle = native_handle_t;
+
+struct C2Rect {
+    uint32_t width = 0;
+    uint32_t height = 0;
+    uint32_t left = 0;
+    uint32_t top = 0;
+
+    constexpr C2Rect() = default;
+    constexpr C2Rect(uint32_t w, uint32_t h) : width(w), height(h) {}
+    constexpr C2Rect(uint32_t w, uint32_t h, uint32_t l, uint32_t t)
+        : width(w), height(h), left(l), top(t) {}
+    constexpr C2Rect at(uint32_t l, uint32_t t) const { return C2Rect(width, height, l, t); }
+    constexpr bool operator==(const C2Rect& other) const {
+        return width == other.width && height == other.height && left == other.left &&
+               top == other.top;
+    }
+    constexpr bool operator!=(const C2Rect& other) const { return !(*this == other); }
+};
+
+// Always signalled: nothing on a workstation writes behind the CPU's back.
+class C2Fence {
+  public:
+    bool valid() const { return false; }
+    bool ready() const { return true; }
+};
+
+struct C2MemoryUsage {
+    enum Consumer : uint64_t { CPU_READ = 1 << 0, READ_PROTECTED = 1 << 1 };
+    enum Producer : uint64_t { CPU_WRITE = 1 << 16, WRITE_PROTECTED = 1 << 17 };
+
+    uint64_t expected;
+
+    C2MemoryUsage(uint64_t consumer, uint64_t producer) : expected(consumer | producer) {}
+    explicit C2MemoryUsage(uint64_t usage) : expected(usage) {}
+};
+
+// What a block's memory is allocated from. The allocation owns its handle.
+class C2_HOST_API C2LinearAllocation {
+  public:
+    explicit C2LinearAllocation(uint32_t capacity) : mCapacity(capacity) {}
+    virtual ~C2LinearAllocation();
+    virtual const C2Handle* handle() const = 0;
+    uint32_t capacity() const { return mCapacity; }
+
+  private:
+    uint32_t mCapacity;
+};
+
+class C2_HOST_API C2GraphicAllocation {
+  public:
+    C2GraphicAllocation(uint32_t width, uint32_t height) : mWidth(width), mHeight(height) {}
+    virtual ~C2GraphicAllocation();
+    virtual const C2Handle* handle() const = 0;
+    uint32_t width() const { return mWidth; }
+    uint32_t height() const { return mHeight; }
+
+  private:
+    uint32_t mWidth;
+    uint32_t mHeight;
+};
+
+// State that a pool ties to a block; goes when the last block of the allocation goes.
+struct C2_HOST_API _C2BlockPoolData {
+    virtual ~_C2BlockPoolData();
+};
+
+// A part of a linear allocation, in bytes.
+class C2_HOST_API C2Block1D {
+  public:
+    const C2Handle* handle() const { return mAllocation->handle(); }
+    uint32_t capacity() const { return mAllocation->capacity(); }
+    uint32_t offset() const { return mOffset; }
+    uint32_t size() const { return mSize; }
+
+  protected:
+    using Allocation = std::shared_ptr<C2LinearAllocation>;
+    using PoolData = std::shared_ptr<_C2BlockPoolData>;
+    C2Block1D(Allocation allocation, PoolData data, uint32_t offset, uint32_t size);
+
+    PoolData mPoolData;  // released after the allocation
+    Allocation mAllocation;
+    uint32_t mOffset;
+    uint32_t mSize;
+};
+
+class C2_HOST_API C2ConstLinearBlock : public C2Block1D {
+  private:
+    friend class C2LinearBlock;
+    using C2Block1D::C2Block1D;
+};
+
+class C2_HOST_API C2LinearBlock : public C2Block1D {
+  public:
+    // A read-only view of a range of the block's allocation; clipped to it.
+    C2ConstLinearBlock share(size_t offset, size_t size, C2Fence fence);
+
+  private:
+    friend class _C2BlockFactory;
+    using C2Block1D::C2Block1D;
+};
+
+// A graphic allocation with a crop, in pixels.
+class C2_HOST_API C2Block2D {
+  public:
+    const C2Handle* handle() const { return mAllocation->handle(); }
+    uint32_t width() const { return mAllocation->width(); }
+    uint32_t height() const { return mAllocation->height(); }
+    C2Rect crop() const { return mCrop; }
+
+  protected:
+    using Allocation = std::shared_ptr<C2GraphicAllocation>;
+    using PoolData = std::shared_ptr<_C2BlockPoolData>;
+    C2Block2D(Allocation allocation, PoolData data, C2Rect crop);
+
+    PoolData mPoolData;  // released after the allocation
+    Allocation mAllocation;
+    C2Rect mCrop;
+};
+
+class C2_HOST_API C2ConstGraphicBlock : public C2Block2D {
+  private:
+    friend class C2GraphicBlock;
+    using C2Block2D::C2Block2D;
+};
+
+class C2_HOST_API C2GraphicBlock : public C2Block2D {
+  public:
+    // A read-only view of the block with the given crop.
+    C2ConstGraphicBlock share(const C2Rect& crop, C2Fence fence);
+
+  private:
+    friend class _C2BlockFactory;
+    using C2Block2D::C2Block2D;
+};
+
+class C2_HOST_API C2BufferData {
+  public:
+    enum type_t : uint32_t { INVALID, LINEAR, LINEAR_CHUNKS, GRAPHIC, GRAPHIC_CHUNKS };
+
+    type_t type() const { return mType; }
+    const std::vector<C2ConstLinearBlock> linearBlocks() const { return mLinear; }
+    const std::vector<C2ConstGraphicBlock> graphicBlocks() const { return mGraphic; }
+
+  private:
+    friend class C2Buffer;
+    C2BufferData(type_t type, const std::vector<C2ConstLinearBlock>& blocks)
+        : mType(type), mLinear(blocks) {}
+    C2BufferData(type_t type, const std::vector<C2ConstGraphicBlock>& blocks)
+        : mType(type), mGraphic(blocks) {}
+
+    type_t mType;
+    std::vector<C2ConstLinearBlock> mLinear;
+    std::vector<C2ConstGraphicBlock> mGraphic;
+};
+
+// A finished buffer: constant blocks and infos. Used by one thread at a time.
+class C2_HOST_API C2Buffer {
+  public:
+    virtual ~C2Buffer();
+
+    const C2BufferData data() const { return mData; }
+    const std::vector<std::shared_ptr<const C2Info>> info() const;
+
+    // Attaches an info in place of one of the same type. C2_OK; C2_BAD_VALUE for null.
+    c2_status_t setInfo(const std::shared_ptr<C2Info>& info);
+    bool hasInfo(C2Param::Type index) const;
+
+    static std::shared_ptr<C2Buffer> CreateLinearBuffer(const C2ConstLinearBlock& block);
+    static std::shared_ptr<C2Buffer> CreateGraphicBuffer(const C2ConstGraphicBlock& block);
+
+  protected:
+    explicit C2Buffer(const std::vector<C2ConstLinearBlock>& blocks,
+                      C2BufferData::type_t type = C2BufferData::LINEAR);
+    explicit C2Buffer(const std::vector<C2ConstGraphicBlock>& blocks,
+                      C2BufferData::type_t type = C2BufferData::GRAPHIC);
+
+  private:
+    C2BufferData mData;
+    std::map<uint32_t, std::shared_ptr<C2Info>> mInfos;
+};
+
+// Hands out blocks. A pool offers what it can and answers C2_OMITTED to the rest.
+class C2_HOST_API C2BlockPool {
+  public:
+    using local_id_t = uint64_t;
+    enum : local_id_t { BASIC_LINEAR = 0, BASIC_GRAPHIC = 1, PLATFORM_START = 0x10 };
+
+    virtual ~C2BlockPool();
+    virtual local_id_t getLocalId() const = 0;
+
+    virtual c2_status_t fetchLinearBlock(uint32_t capacity, C2MemoryUsage usage,
+                                         std::shared_ptr<C2LinearBlock>* block);
+    virtual c2_status_t fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
+                                          C2MemoryUsage usage,
+                                          std::shared_ptr<C2GraphicBlock>* block);
+};

@@ -1,0 +1,129 @@
+#include <linux/dma-buf.h>
+#include <lx2host/DmaBuf.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <tuple>
+#include <utility>
+
+namespace lx2::host {
+
+namespace {
+
+constexpr const char* kName = "lx2-dmabuf";
+constexpr const char* kLinkPrefix = "/memfd:lx2-dmabuf";
+
+// One kind of bracket: the memory, by its inode, and the access that the bracket opened.
+using Bracket = std::tuple<dev_t, ino_t, uint64_t>;
+
+struct SyncState {
+    std::mutex lock;
+    SyncCounts counts;
+    std::map<Bracket, uint64_t> open;
+    SyncHook hook;
+};
+
+// Leaked on purpose: mappings may close while the process takes its static objects down.
+SyncState& State() {
+    static auto* state = new SyncState;
+    return *state;
+}
+
+void Count(SyncState* state, const Bracket& bracket, bool end) {
+    uint64_t& open = state->open[bracket];
+    if (!end) {
+        ++state->counts.starts;
+        ++state->counts.open;
+        ++open;
+    } else {
+        ++state->counts.ends;
+        if (open > 0) {
+            --state->counts.open;
+            --open;
+        } else {
+            ++state->counts.unmatched;
+        }
+    }
+    if (open == 0)
+        state->open.erase(bracket);
+}
+
+int Sync(int fd, const dma_buf_sync* sync) {
+    struct stat info;
+    if (sync == nullptr ||
+        (sync->flags & ~static_cast<uint64_t>(DMA_BUF_SYNC_VALID_FLAGS_MASK)) != 0 ||
+        (sync->flags & DMA_BUF_SYNC_RW) == 0 || fstat(fd, &info) != 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    SyncState& state = State();
+    std::lock_guard<std::mutex> lock(state.lock);
+    const int error = state.hook ? state.hook(fd, sync->flags) : 0;
+    if (error != 0) {
+        errno = error;
+        return -1;
+    }
+    Count(&state, {info.st_dev, info.st_ino, sync->flags & DMA_BUF_SYNC_RW},
+          (sync->flags & DMA_BUF_SYNC_END) != 0);
+    return 0;
+}
+
+}  // namespace
+
+int AllocateDmaBuf(size_t size) {
+    const int fd = memfd_create(kName, MFD_CLOEXEC);
+    if (fd >= 0 && ftruncate(fd, static_cast<off_t>(size)) != 0) {
+        close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+bool IsDmaBuf(int fd) {
+    char path[32];
+    char target[64] = {};
+    snprintf(path, sizeof(path), "/proc/self/fd/%d", fd);
+    const ssize_t length = readlink(path, target, sizeof(target) - 1);
+    return length > 0 && strncmp(target, kLinkPrefix, strlen(kLinkPrefix)) == 0;
+}
+
+SyncCounts GetSyncCounts() {
+    SyncState& state = State();
+    std::lock_guard<std::mutex> lock(state.lock);
+    return state.counts;
+}
+
+void ResetSyncCounts() {
+    SyncState& state = State();
+    std::lock_guard<std::mutex> lock(state.lock);
+    state.counts = {};
+    state.open.clear();
+}
+
+void SetSyncHook(SyncHook hook) {
+    SyncState& state = State();
+    std::lock_guard<std::mutex> lock(state.lock);
+    state.hook = std::move(hook);
+}
+
+}  // namespace lx2::host
+
+// Found by the dynamic linker before the C library's, since this library is loaded before that one.
+extern "C" LX2_HOST_API int ioctl(int fd, unsigned long request, ...) noexcept {
+    va_list args;
+    va_start(args, request);
+    void* argument = va_arg(args, void*);
+    va_end(args);
+    if (request == DMA_BUF_IOCTL_SYNC && lx2::host::IsDmaBuf(fd))
+        return lx2::host::Sync(fd, static_cast<const dma_buf_sync*>(argument));
+    return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
+}

@@ -1,0 +1,39 @@
+// DMA-BUF memory on a workstation, and what a test may know of its cache synchronisation.
+//
+// The memory comes from memfd_create, so it is truly shared: written through one mapping, read
+// through another, in another process too once the descriptor is passed on. Such memory doesn't
+// answer DMA_BUF_IOCTL_SYNC, so the host library exports an ioctl that answers it for this memory,
+// and passes every other call to the kernel.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+
+#define LX2_HOST_API __attribute__((visibility("default")))
+
+namespace lx2::host {
+
+// A descriptor of size bytes of zeroed memory, or -1. The caller owns it.
+LX2_HOST_API int AllocateDmaBuf(size_t size);
+
+// Whether fd is such memory, whichever process allocated it.
+LX2_HOST_API bool IsDmaBuf(int fd);
+
+struct SyncCounts {
+    uint64_t starts = 0;
+    uint64_t ends = 0;
+    uint64_t open = 0;       // starts whose end is still to come
+    uint64_t unmatched = 0;  // ends without a start of the same access on the same memory
+};
+
+// What this process has synchronised so far.
+LX2_HOST_API SyncCounts GetSyncCounts();
+LX2_HOST_API void ResetSyncCounts();
+
+// Sees each synchronisation of a DMA-BUF with its dma_buf_sync flags and gives the result: 0, or an
+// errno value that the caller then finds the request failed with. An empty one always succeeds.
+using SyncHook = std::function<int(int fd, uint64_t flags)>;
+LX2_HOST_API void SetSyncHook(SyncHook hook);
+
+}  // namespace lx2::host

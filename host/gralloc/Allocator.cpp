@@ -1,0 +1,96 @@
+#include <C2AllocatorGralloc.h>
+#include <PrivateHandle.h>
+#include <lx2/PixFormat.h>
+#include <lx2host/DmaBuf.h>
+#include <lx2host/FrameLayout.h>
+#include <lx2host/Gralloc.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <limits>
+
+namespace lx2::host {
+
+namespace {
+
+// The layout that a request resolves to.
+uint32_t LayoutFormat(uint32_t format, bool compressed) {
+    if (format == PixFormat::RGBA8888 && compressed)
+        return PixFormat::RGBA8888_CMPX;
+    if (IsAllocatorNv12(format))
+        return compressed ? PixFormat::MIREL_NV12_CMPX : PixFormat::MIREL_NV12;
+    return format;
+}
+
+// Unique among the processes that may share a buffer.
+uint64_t NextId() {
+    static std::atomic<uint32_t> counter{0};
+    return static_cast<uint64_t>(getpid()) << 32 | ++counter;
+}
+
+// The descriptors belong to the record that this object keeps.
+class GrallocAllocation : public C2GraphicAllocation {
+  public:
+    GrallocAllocation(uint32_t width, uint32_t height, C2Handle* handle)
+        : C2GraphicAllocation(width, height), mHandle(handle) {}
+    ~GrallocAllocation() override {
+        native_handle_close(mHandle);
+        native_handle_delete(mHandle);
+    }
+    GrallocAllocation(const GrallocAllocation&) = delete;
+    GrallocAllocation& operator=(const GrallocAllocation&) = delete;
+
+    const C2Handle* handle() const override { return mHandle; }
+
+  private:
+    C2Handle* mHandle;
+};
+
+void CloseIfOpen(int fd) {
+    if (fd >= 0)
+        close(fd);
+}
+
+}  // namespace
+
+std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t height,
+                                                     uint32_t format, uint64_t usage) {
+    const bool compressed = (usage & kUsageCompressed) != 0;
+    const FrameAllocation frame = AllocationOf(LayoutFormat(format, compressed), width, height);
+    if (width == 0 || height == 0 || frame.size == 0 ||
+        frame.size > std::numeric_limits<uint32_t>::max())
+        return nullptr;
+
+    PrivateHandle record{};
+    record.header = {sizeof(native_handle_t), PrivateHandle::kNumFds, PrivateHandle::kNumInts, {}};
+    record.reserved0 = kAllocatorMagic;
+    record.flags = static_cast<uint32_t>(usage) & ~kAllocatedCompressed;
+    if (compressed)
+        record.flags |= kAllocatedCompressed;
+    record.alignedWidth = frame.stride;
+    record.alignedHeight = frame.sliceHeight;
+    record.width = width;
+    record.height = height;
+    record.format = format;
+    record.id = NextId();
+    record.size = static_cast<uint32_t>(frame.size);
+    record.fd = AllocateDmaBuf(record.size);
+    record.metadataFd = AllocateDmaBuf(kMetadataSize);
+
+    C2Handle* wrapped = record.fd < 0 || record.metadataFd < 0
+                            ? nullptr
+                            : android::WrapNativeCodec2GrallocHandle(&record.header, width, height,
+                                                                     format, usage, frame.stride);
+    if (wrapped == nullptr) {
+        CloseIfOpen(record.fd);
+        CloseIfOpen(record.metadataFd);
+        return nullptr;
+    }
+    return std::make_shared<GrallocAllocation>(width, height, wrapped);
+}
+
+uint64_t BufferId(const C2Handle* handle) {
+    return reinterpret_cast<const PrivateHandle*>(handle)->id;
+}
+
+}  // namespace lx2::host

@@ -1,0 +1,142 @@
+#include <C2BlockInternal.h>
+#include <lx2host/Gralloc.h>
+#include <lx2host/GraphicPools.h>
+
+#include <algorithm>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace lx2::host {
+
+namespace {
+
+struct Geometry {
+    uint32_t width = 0;
+    uint32_t height = 0;
+    uint32_t format = 0;
+    uint64_t usage = 0;
+
+    bool operator==(const Geometry& other) const {
+        return width == other.width && height == other.height && format == other.format &&
+               usage == other.usage;
+    }
+};
+
+std::shared_ptr<C2GraphicAllocation> Allocate(const Geometry& geometry) {
+    return AllocateGraphic(geometry.width, geometry.height, geometry.format, geometry.usage);
+}
+
+class BasicGraphicPool : public C2BlockPool {
+  public:
+    local_id_t getLocalId() const override { return BASIC_GRAPHIC; }
+
+    c2_status_t fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
+                                  C2MemoryUsage usage,
+                                  std::shared_ptr<C2GraphicBlock>* block) override {
+        auto allocation = Allocate({width, height, format, usage.expected});
+        *block = allocation ? _C2BlockFactory::CreateGraphicBlock(allocation) : nullptr;
+        return *block != nullptr ? C2_OK : C2_NO_MEMORY;
+    }
+};
+
+struct Slot {
+    std::shared_ptr<C2GraphicAllocation> allocation;
+    Geometry geometry;
+    size_t out = 0;  // blocks that hold the slot
+};
+
+}  // namespace
+
+std::shared_ptr<C2BlockPool> CreateBasicGraphicPool() {
+    return std::make_shared<BasicGraphicPool>();
+}
+
+// Outlives the pool in the leases of its blocks.
+struct SlotGraphicPool::State {
+    explicit State(size_t count) : slots(count) {}
+
+    std::mutex lock;
+    std::vector<Slot> slots;
+    std::optional<size_t> again;  // the slot that the next fetch hands out whatever it is doing
+
+    // Ties a slot to a block.
+    struct Lease : _C2BlockPoolData {
+        Lease(std::shared_ptr<State> s, size_t i) : state(std::move(s)), index(i) {}
+        ~Lease() override {
+            std::lock_guard<std::mutex> guard(state->lock);
+            --state->slots[index].out;
+        }
+        std::shared_ptr<State> state;
+        size_t index;
+    };
+
+    // A slot to hand out now, its buffer made to measure; none when all are out or memory is.
+    std::optional<size_t> pick(const Geometry& geometry, c2_status_t* status) {
+        if (again)
+            return *std::exchange(again, std::nullopt);
+        const auto isFree = [](const Slot& slot) { return slot.out == 0; };
+        auto slot = std::find_if(slots.begin(), slots.end(), [&](const Slot& candidate) {
+            return isFree(candidate) && candidate.allocation && candidate.geometry == geometry;
+        });
+        if (slot == slots.end())
+            slot = std::find_if(slots.begin(), slots.end(), isFree);
+        if (slot == slots.end()) {
+            *status = C2_BLOCKING;
+            return std::nullopt;
+        }
+        if (!slot->allocation || !(slot->geometry == geometry)) {
+            slot->allocation = Allocate(geometry);
+            slot->geometry = geometry;
+        }
+        if (!slot->allocation) {
+            *status = C2_NO_MEMORY;
+            return std::nullopt;
+        }
+        return slot - slots.begin();
+    }
+};
+
+SlotGraphicPool::SlotGraphicPool(size_t slots) : mState(std::make_shared<State>(slots)) {}
+SlotGraphicPool::~SlotGraphicPool() = default;
+
+C2BlockPool::local_id_t SlotGraphicPool::getLocalId() const {
+    return PLATFORM_START;
+}
+
+c2_status_t SlotGraphicPool::fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
+                                               C2MemoryUsage usage,
+                                               std::shared_ptr<C2GraphicBlock>* block) {
+    block->reset();
+    c2_status_t status = C2_OK;
+    std::lock_guard<std::mutex> guard(mState->lock);
+    const auto index = mState->pick({width, height, format, usage.expected}, &status);
+    if (!index)
+        return status;
+    Slot& slot = mState->slots[*index];
+    ++slot.out;
+    *block = _C2BlockFactory::CreateGraphicBlock(slot.allocation,
+                                                 std::make_shared<State::Lease>(mState, *index));
+    return C2_OK;
+}
+
+bool SlotGraphicPool::offerAgain(uint64_t bufferId) {
+    std::lock_guard<std::mutex> guard(mState->lock);
+    for (size_t i = 0; i < mState->slots.size(); ++i) {
+        const auto& allocation = mState->slots[i].allocation;
+        if (allocation && BufferId(allocation->handle()) == bufferId) {
+            mState->again = i;
+            return true;
+        }
+    }
+    return false;
+}
+
+size_t SlotGraphicPool::slotsOut() const {
+    std::lock_guard<std::mutex> guard(mState->lock);
+    return static_cast<size_t>(std::count_if(mState->slots.begin(), mState->slots.end(),
+                                             [](const Slot& slot) { return slot.out > 0; }));
+}
+
+}  // namespace lx2::host

@@ -1,0 +1,118 @@
+#include <PrivateHandle.h>
+#include <lx2host/Gralloc.h>
+#include <lx2host/Mapper.h>
+
+#include <mutex>
+#include <unordered_set>
+#include <utility>
+
+namespace lx2::host {
+
+namespace {
+
+using android::hardware::hidl_handle;
+using android::hardware::Return;
+using android::hardware::Void;
+using android::hardware::graphics::mapper::V3_0::Error;
+using android::hardware::graphics::mapper::V3_0::IMapper;
+
+struct MapperState {
+    std::mutex lock;
+    std::unordered_set<void*> imports;
+    std::function<MapperService()> provider;
+    Error onImport = Error::NONE;
+    Error onFree = Error::NONE;
+};
+
+// Leaked on purpose: handles are freed while the process takes its static objects down.
+MapperState& State() {
+    static auto* state = new MapperState;
+    return *state;
+}
+
+// Only the allocator's own records are let in.
+bool IsPrivateHandle(const native_handle_t* handle) {
+    return handle != nullptr && handle->version == static_cast<int>(sizeof(native_handle_t)) &&
+           handle->numFds == PrivateHandle::kNumFds && handle->numInts == PrivateHandle::kNumInts &&
+           reinterpret_cast<const PrivateHandle*>(handle)->reserved0 == kAllocatorMagic;
+}
+
+class Mapper : public IMapper {
+  public:
+    Return<void> importBuffer(const hidl_handle& rawHandle, importBuffer_cb callback) override {
+        native_handle_t* imported = nullptr;
+        const Error error = import(rawHandle.getNativeHandle(), &imported);
+        callback(error, imported);
+        return Void();
+    }
+
+    Return<Error> freeBuffer(void* buffer) override {
+        MapperState& state = State();
+        {
+            std::lock_guard<std::mutex> guard(state.lock);
+            if (state.onFree != Error::NONE)
+                return state.onFree;
+            if (state.imports.erase(buffer) == 0)
+                return Error::BAD_BUFFER;
+        }
+        auto* handle = static_cast<native_handle_t*>(buffer);
+        native_handle_close(handle);
+        native_handle_delete(handle);
+        return Error::NONE;
+    }
+
+  private:
+    static Error import(const native_handle_t* handle, native_handle_t** imported) {
+        MapperState& state = State();
+        std::lock_guard<std::mutex> guard(state.lock);
+        if (state.onImport != Error::NONE)
+            return state.onImport;
+        if (!IsPrivateHandle(handle))
+            return Error::BAD_BUFFER;
+        *imported = native_handle_clone(handle);
+        if (*imported == nullptr)
+            return Error::NO_RESOURCES;
+        state.imports.insert(*imported);
+        return Error::NONE;
+    }
+};
+
+}  // namespace
+
+size_t LiveImports() {
+    MapperState& state = State();
+    std::lock_guard<std::mutex> guard(state.lock);
+    return state.imports.size();
+}
+
+void SetMapperProvider(std::function<MapperService()> provider) {
+    MapperState& state = State();
+    std::lock_guard<std::mutex> guard(state.lock);
+    state.provider = std::move(provider);
+}
+
+void SetMapperErrors(Error onImport, Error onFree) {
+    MapperState& state = State();
+    std::lock_guard<std::mutex> guard(state.lock);
+    state.onImport = onImport;
+    state.onFree = onFree;
+}
+
+}  // namespace lx2::host
+
+namespace android::hardware::graphics::mapper::V3_0 {
+
+sp<IMapper> IMapper::getService(const std::string& serviceName, bool) {
+    std::function<lx2::host::MapperService()> provider;
+    {
+        std::lock_guard<std::mutex> guard(lx2::host::State().lock);
+        provider = lx2::host::State().provider;
+    }
+    if (provider)
+        return provider();
+    if (serviceName != "default")
+        return nullptr;
+    return sp<IMapper>(new lx2::host::Mapper);
+}
+
+}  // namespace android::hardware::graphics::mapper::V3_0
