@@ -28,7 +28,7 @@ void PrintBrief(int priority, const char* tag, const char* text) {
     fprintf(stderr, "%c/%s(%5d): %s\n", known ? kLetters[priority] : '?', tag, getpid(), text);
 }
 
-std::string Format(const char* fmt, va_list args) {
+__attribute__((format(printf, 1, 0))) std::string Format(const char* fmt, va_list args) {
     va_list again;
     va_copy(again, args);
     const int length = vsnprintf(nullptr, 0, fmt, args);

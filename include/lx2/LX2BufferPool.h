@@ -1,0 +1,105 @@
+// Pools that fetch blocks from a C2 block pool and hand them out as LX2Buffers.
+#pragma once
+
+#include <C2Buffer.h>
+#include <lx2/Export.h>
+#include <lx2/LX2Buffer.h>
+#include <lx2/LX2Status.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace lx2 {
+
+// Hands out linear buffers of one size. Keeps none of its own: every call fetches a new block.
+//
+// Set the alignment first, then the size, then allocate: the alignment applies only when the size
+// is set. No locking: setters must not run while another thread allocates.
+class LX2_API LX2LinearBufferPool {
+  public:
+    // Shares ownership of pool, which may be null. usage: C2MemoryUsage bits. A pool used at once
+    // hands out 4096 bytes.
+    LX2LinearBufferPool(std::shared_ptr<C2BlockPool> pool, uint64_t usage);
+
+    // Bytes of each buffer, rounded up by the alignment set so far. C2_OK always.
+    LX2Status setBufferSize(uint32_t size);
+
+    // Alignment of sizes set from now on, in bytes; a power of two.
+    // C2_OK; C2_BAD_VALUE, logged, for 0 (the old alignment stays).
+    LX2Status setAlignment(uint32_t alignment);
+
+    // C2MemoryUsage bits of buffers fetched from now on. The bit of value 2 (read-protected) stays
+    // set once it was given. C2_OK always.
+    LX2Status setUsage(uint64_t usage);
+
+    // Fetches a block into *out, whose former buffer is released first.
+    // C2_OK; LX2_ERROR for a null out; C2_NO_INIT, logged, without a C2 pool or with size 0; else
+    // the C2 pool's status, logged. *out is empty after a failure.
+    LX2Status allocate(std::shared_ptr<LX2Buffer>* out);
+
+  private:
+    std::shared_ptr<C2BlockPool> mPool;
+    uint64_t mUsage;
+    uint32_t mBufferSize;
+    uint32_t mAlignment;
+};
+
+// Is told of buffers that are gone. Implemented by components.
+class LX2_API LX2BufferDeleteCallback {
+  public:
+    virtual ~LX2BufferDeleteCallback();
+
+    // buffer: the address that the destroyed buffer had, an identity and nothing more. Called on
+    // the thread that released the last reference.
+    virtual void onBufferDeleted(LX2Buffer* buffer) = 0;
+};
+
+// Hands out graphic buffers of one resolution, format and usage, and keeps track of those that the
+// component still refers to: a buffer that the C2 pool offers again while the component holds it is
+// parked, and handed out once the hold is dropped.
+//
+// Set the format before the usage. References may be held and dropped on any thread while another
+// allocates; setters and registerCallback must not run while another thread allocates.
+class LX2_API LX2GraphicBufferPool {
+  public:
+    // A pool over a C2 block pool, shared, which may be null. flag is kept and not consulted.
+    static std::unique_ptr<LX2GraphicBufferPool> Create(std::shared_ptr<C2BlockPool> pool,
+                                                        bool flag = false);
+
+    virtual ~LX2GraphicBufferPool();
+
+    // Tells callback of each buffer allocated from now on when it is gone. C2_OK.
+    virtual LX2Status registerCallback(std::weak_ptr<LX2BufferDeleteCallback> callback) = 0;
+
+    // Pixels and rows. C2_OK.
+    virtual LX2Status setResolution(uint32_t width, uint32_t height) = 0;
+
+    // A PixFormat value; a compressed one makes the pool ask for the compressed layout. C2_OK.
+    virtual LX2Status setFormat(uint32_t format) = 0;
+
+    // C2MemoryUsage bits. The request for the compressed layout is not taken back. C2_OK.
+    virtual LX2Status setUsage(uint64_t usage) = 0;
+
+    // Hands out a parked buffer whose hold was dropped and whose geometry still fits, or fetches
+    // one, into *out, whose former buffer is released first. C2_OK; C2_TIMED_OUT when none can be
+    // had now (try again later); LX2_ERROR for a null out; C2_NO_INIT, logged, without a C2 pool,
+    // resolution or format; else the C2 pool's status, logged. *out is empty after a failure.
+    virtual LX2Status allocate(std::shared_ptr<LX2Buffer>* out) = 0;
+
+    // Keeps a graphic buffer under an id of the component's choice.
+    // C2_OK; LX2_BAD_ARG for a null or not graphic buffer; C2_CANNOT_DO for an id in use, which
+    // keeps its buffer.
+    virtual LX2Status holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buffer) = 0;
+
+    // Lets the buffer of an id go. C2_OK; C2_CANNOT_DO for an unknown id.
+    virtual LX2Status dropReference(uint64_t id) = 0;
+
+    // Lets all held and parked buffers go. C2_OK.
+    virtual LX2Status dropAllReferences() = 0;
+
+    // Buffers held, and buffers parked or waiting to be handed out again; either pointer may be
+    // null. A snapshot, read without a lock.
+    virtual void counts(uint64_t* held, uint64_t* pending) const = 0;
+};
+
+}  // namespace lx2

@@ -1,0 +1,86 @@
+// Finds NAL units and codec headers in H.264 (AVC) and H.265 (HEVC) byte streams.
+//
+// A component that gets a stream in arbitrary buffers uses this to learn where a unit ends, of what
+// type it and its successor are, and how many leading bytes of a buffer are codec configuration
+// (parameter sets). Everything is static, keeps no state and may be called from any thread.
+//
+// A unit begins with the four-byte start code 00 00 00 01 and ends where the next one begins, or
+// with the buffer; its size includes its start code. The three-byte code 00 00 01 does not split: a
+// stream that uses it must be rewritten before it is given to these functions.
+//
+// Storage the caller provides. The functions may read bytes behind the size they are told:
+//
+// - FindNAL reads up to and including buf[size], so size + 1 bytes must be readable. (The byte
+//   behind the end is read when a start code and one byte end the buffer; it is then part of the
+//   next unit's header word.)
+// - FindHeaders gives the k-th unit of its walk, counted from 0, a length of size - 4k bytes from
+//   where that unit begins, not of the bytes that are left. It looks for the end of the last header
+//   unit that far, so 2 * size bytes must be readable (size + 1 for a size below 9). The bytes from
+//   buf[size] on must hold no further header unit, best they are zero; otherwise the walk goes on
+//   into them, and counts what it finds. No byte behind buf[size - 1] is read that a search byte by
+//   byte would not need: a buffer in which the unit after the last header begins is not overrun.
+#pragma once
+
+#include <lx2/Export.h>
+#include <lx2/LX2Status.h>
+
+#include <cstdint>
+#include <functional>
+
+namespace lx2 {
+
+// Measures the first unit of a buffer.
+//
+// extractType turns the two bytes behind a start code, big-endian, into a NAL type. On success
+// *nalSize is the unit's size in bytes, *type its type and *nextType that of the unit behind it, or
+// 0xFFFF when the unit runs to the end of the buffer. The next start code is searched from position
+// 5 on and must have at least one byte of the buffer behind it.
+// C2_OK; LX2_BAD_ARG, logged, for fewer than 6 bytes or a null pointer (nothing is written);
+// C2_CORRUPTED, logged, if the buffer does not begin with a start code (*nalSize is then 0,
+// *nextType 0xFFFF, *type unchanged).
+// An empty extractType raises std::bad_function_call when it is needed.
+LX2_API LX2Status _FindNAL(const uint8_t* buf, uint32_t size, uint32_t* nalSize, uint16_t* type,
+                           uint16_t* nextType, std::function<uint16_t(uint16_t)> extractType);
+
+// Measures the codec headers that a buffer begins with.
+//
+// Walks from unit to unit for as long as the next unit is a header by isHeader, for at most size /
+// 4 units, rounded up. *headerSize is the number of bytes walked over: the first unit, whatever it
+// is, and every header unit that follows without a gap. (So an access-unit delimiter in front of
+// the parameter sets counts.) typeName serves the debug log only. C2_OK; C2_NOT_FOUND if no unit of
+// the walk is a header; LX2_BAD_ARG for a null buf or headerSize. Where a unit could not be
+// measured the walk ends, and the result rests on the units before it.
+LX2_API LX2Status _FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize,
+                               std::function<bool(uint32_t)> isHeader,
+                               std::function<uint32_t(uint16_t)> extractType,
+                               std::function<const char*(uint16_t)> typeName);
+
+// The two functions above with the rules of H.264. Headers are SPS and PPS.
+class LX2_API LX2AVCStreamParser {
+  public:
+    // As _FindNAL.
+    static LX2Status FindNAL(const uint8_t* buf, uint32_t size, uint32_t* nalSize, uint16_t* type,
+                             uint16_t* nextType);
+    // As _FindHeaders.
+    static LX2Status FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize);
+    // The NAL type in the two bytes behind a start code: bits 0 to 4 of the first.
+    static uint16_t ExtractNalType(uint16_t header);
+    // A printable name in static storage, "UNKOWN" for a type without one. Never null.
+    static const char* NalTypeStr(uint16_t type);
+};
+
+// The same for H.265. Headers are VPS, SPS and PPS.
+class LX2_API LX2HEVCStreamParser {
+  public:
+    // As _FindNAL.
+    static LX2Status FindNAL(const uint8_t* buf, uint32_t size, uint32_t* nalSize, uint16_t* type,
+                             uint16_t* nextType);
+    // As _FindHeaders.
+    static LX2Status FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize);
+    // The NAL type in the two bytes behind a start code: bits 1 to 6 of the first.
+    static uint16_t ExtractNalType(uint16_t header);
+    // A printable name in static storage, "UNKNOWN" for a type without one. Never null.
+    static const char* NalTypeStr(uint16_t type);
+};
+
+}  // namespace lx2

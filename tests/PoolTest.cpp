@@ -1,0 +1,405 @@
+#include <C2PlatformSupport.h>
+#include <lx2/LX2BufferPool.h>
+#include <lx2/LX2GrallocBuffer.h>
+#include <lx2/LX2GraphicBufferPoolImpl.h>
+#include <lx2/PixFormat.h>
+#include <lx2host/GraphicPools.h>
+
+#include <atomic>
+#include <set>
+#include <thread>
+
+#include "Blocks.h"
+#include "Fixture.h"
+
+namespace lx2::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr const char* kTag = "LX2Buf";
+
+class LinearPoolTest : public Fixture {
+  protected:
+    std::shared_ptr<FakePool> c2 = std::make_shared<FakePool>();
+    std::shared_ptr<LX2Buffer> buffer;
+};
+
+TEST_F(LinearPoolTest, SizesAreRoundedWhenTheyAreSet) {
+    LX2LinearBufferPool pool(c2, 0);
+    const auto fetched = [&] {
+        EXPECT_EQ(pool.allocate(&buffer), C2_OK);
+        EXPECT_EQ(buffer->linear()->capacity(), c2->fetches.back().width);
+        return c2->fetches.back().width;
+    };
+    EXPECT_EQ(fetched(), 4096u);
+    pool.setBufferSize(1);
+    EXPECT_EQ(pool.setAlignment(4096), C2_OK);
+    EXPECT_EQ(fetched(), 1u) << "a size that is set already stays";
+    pool.setBufferSize(1);
+    EXPECT_EQ(fetched(), 4096u);
+    EXPECT_EQ(pool.setAlignment(0), C2_BAD_VALUE);
+    EXPECT_THAT(log.take(), ElementsAre(Error(kTag, "Reject 0 alignment")));
+    pool.setBufferSize(4097);
+    EXPECT_EQ(fetched(), 8192u);
+    pool.setAlignment(6);
+    pool.setBufferSize(7);
+    EXPECT_EQ(fetched(), 8u) << "(7 + 5) & -6";
+    pool.setBufferSize(0xFFFFFFFE);
+    EXPECT_EQ(fetched(), 2u) << "the sum wraps to 3";
+}
+
+TEST_F(LinearPoolTest, UsageKeepsOnlyTheProtectionOfTheFormerOne) {
+    struct Row {
+        uint64_t constructed, set, used;
+    };
+    for (const Row& row : {Row{2, 1, 3}, Row{4, 1, 1}, Row{0, 1ull << 40, 1ull << 40}}) {
+        LX2LinearBufferPool pool(c2, row.constructed);
+        EXPECT_EQ(pool.setUsage(row.set), C2_OK);
+        EXPECT_EQ(pool.allocate(&buffer), C2_OK);
+        EXPECT_EQ(c2->fetches.back().usage, row.used);
+        const bool secure = (row.used & 2) != 0;
+        EXPECT_EQ(buffer->linear()->map() == nullptr, secure);
+    }
+}
+
+TEST_F(LinearPoolTest, FailuresLeaveNoBufferAndOneLine) {
+    LX2LinearBufferPool pool(c2, 0x11);
+    EXPECT_EQ(pool.allocate(nullptr), LX2_ERROR);
+    EXPECT_THAT(log.take(), IsEmpty());
+
+    pool.allocate(&buffer);
+    c2->statuses = {C2_BLOCKING};
+    EXPECT_EQ(pool.allocate(&buffer), C2_BLOCKING);
+    EXPECT_EQ(buffer, nullptr);
+    EXPECT_THAT(log.take(), ElementsAre(Error(kTag,
+                                              "allocate: failed to allocate linear block "
+                                              "sz(4096)/usage*(11)")));
+    pool.allocate(&buffer);
+    pool.setBufferSize(0);
+    EXPECT_EQ(pool.allocate(&buffer), C2_NO_INIT);
+    EXPECT_EQ(buffer, nullptr);
+    EXPECT_THAT(log.take(), ElementsAre(Error(kTag,
+                                              "LX2LinearBufferPool::allocate: buffer-size "
+                                              "not provided!")));
+    LX2LinearBufferPool none(nullptr, 0);
+    buffer = LinearBuffer(16);
+    EXPECT_EQ(none.allocate(&buffer), C2_NO_INIT);
+    EXPECT_EQ(buffer, nullptr);
+    EXPECT_THAT(log.take(),
+                ElementsAre(Error(kTag, "LX2LinearBufferPool::allocate: No pool to allocate!")));
+}
+
+TEST_F(LinearPoolTest, BufferOutlivesItsPool) {
+    std::shared_ptr<C2BlockPool> basic;
+    ASSERT_EQ(android::GetCodec2BlockPool(C2BlockPool::BASIC_LINEAR, nullptr, &basic), C2_OK);
+    auto pool = std::make_unique<LX2LinearBufferPool>(std::move(basic), 0);
+    pool->setBufferSize(100000);
+    pool->allocate(&buffer);
+    pool.reset();
+    auto mapping = buffer->linear()->map();
+    mapping->data()[99999] = 42;
+    EXPECT_EQ(buffer->linear()->mapReadOnly()->data()[99999], 42);
+}
+
+class Watcher : public LX2BufferDeleteCallback {
+  public:
+    void onBufferDeleted(LX2Buffer* buffer) override { gone.push_back(buffer); }
+    std::vector<LX2Buffer*> gone;
+};
+
+class GraphicPoolTest : public Fixture {
+  protected:
+    GraphicPoolTest() {
+        pool->setResolution(320, 240);
+        pool->setFormat(PixFormat::MIREL_NV12);
+    }
+
+    // What the pool fetches after it was set up, without its alloc's outcome.
+    Fetch fetched() {
+        pool->allocate(&buffer);
+        return c2->fetches.back();
+    }
+    std::pair<uint64_t, uint64_t> counts() {
+        std::pair<uint64_t, uint64_t> result;
+        pool->counts(&result.first, &result.second);
+        return result;
+    }
+
+    std::shared_ptr<FakePool> c2 = std::make_shared<FakePool>();
+    std::unique_ptr<LX2GraphicBufferPool> pool = LX2GraphicBufferPool::Create(c2);
+    std::shared_ptr<LX2Buffer> buffer;
+};
+
+TEST_F(GraphicPoolTest, FormatAndUsageDecideOnTheCompressedLayout) {
+    EXPECT_EQ(fetched(), (Fetch{320, 240, PixFormat::MIREL_NV12, 0}));
+    pool->setFormat(PixFormat::MIREL_NV12_CMPX);
+    pool->setUsage(3);
+    EXPECT_EQ(fetched(), (Fetch{320, 240, PixFormat::MIREL_NV12_CMPX, 0x10000003}));
+    pool->setUsage(0);
+    EXPECT_EQ(fetched().usage, 0x10000000u) << "the request for the layout stays";
+    pool->setFormat(PixFormat::RGBA8888_CMPX);
+    pool->setUsage(0);
+    EXPECT_EQ(fetched(), (Fetch{320, 240, PixFormat::RGBA8888, 0x10000000}));
+    EXPECT_EQ(buffer->graphic()->format(), PixFormat::RGBA8888_CMPX);
+    pool->setUsage(5);
+    pool->setFormat(PixFormat::MIREL_NV12);
+    EXPECT_EQ(fetched(), (Fetch{320, 240, PixFormat::MIREL_NV12, 5}));
+    pool->setUsage(0x10000000);
+    pool->setUsage(1);
+    EXPECT_EQ(fetched().usage, 1u) << "of a linear format the caller's usage is all there is";
+}
+
+TEST_F(GraphicPoolTest, FailuresLeaveNoBuffer) {
+    EXPECT_EQ(pool->allocate(nullptr), LX2_ERROR);
+    struct Row {
+        c2_status_t fetch;
+        LX2Status status;
+        LogLine line;
+    };
+    const Row rows[] = {
+        {C2_TIMED_OUT, C2_TIMED_OUT, Debug(kTag, "allocate: timed out allocating graphic block")},
+        {C2_BLOCKING, C2_TIMED_OUT, Debug(kTag, "allocate: timed out allocating graphic block")},
+        {C2_NO_MEMORY, C2_NO_MEMORY,
+         Error(kTag,
+               "allocate: failed to alloc graphic block w(320)/h(240)/f(7fa30c04)/"
+               "usage(0)")},
+    };
+    gC2LogLevel = 1;
+    for (const Row& row : rows) {
+        buffer = GraphicBuffer(16, 16, PixFormat::NV12);
+        log.take();
+        c2->statuses = {row.fetch};
+        EXPECT_EQ(pool->allocate(&buffer), row.status);
+        EXPECT_EQ(buffer, nullptr);
+        EXPECT_THAT(log.take(), ElementsAre(row.line));
+    }
+    gC2LogLevel = 0;
+    c2->statuses = {C2_BLOCKING};
+    pool->allocate(&buffer);
+    EXPECT_THAT(log.take(), IsEmpty());
+
+    pool->setResolution(320, 0);
+    EXPECT_EQ(pool->allocate(&buffer), C2_NO_INIT);
+    EXPECT_THAT(log.take(), ElementsAre(Error(kTag,
+                                              "LX2GraphicBufferPoolImpl::allocate: resolution "
+                                              "and pixel-format not specified!")));
+    EXPECT_EQ(LX2GraphicBufferPool::Create(nullptr)->allocate(&buffer), C2_NO_INIT);
+    EXPECT_THAT(log.take(), ElementsAre(Error(kTag,
+                                              "LX2GraphicBufferPoolImpl::allocate: No pool to "
+                                              "allocate!")));
+}
+
+TEST_F(GraphicPoolTest, HeldBufferIsParkedAndHandedOutOnceTheHoldIsDropped) {
+    auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
+    const std::string id = std::to_string(host::BufferId(allocation->handle()));
+    c2->offered = {allocation, allocation};
+    log.take();
+    gC2LogLevel = 0x02000002;
+    ASSERT_EQ(pool->allocate(&buffer), C2_OK);
+    EXPECT_EQ(pool->holdReference(7, buffer), C2_OK);
+    EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
+    EXPECT_EQ(buffer, nullptr);
+    EXPECT_EQ(counts(), std::make_pair(uint64_t{1}, uint64_t{1}));
+    EXPECT_EQ(pool->dropReference(7), C2_OK);
+    EXPECT_EQ(counts(), std::make_pair(uint64_t{0}, uint64_t{1}));
+    const size_t fetches = c2->fetches.size();
+    EXPECT_EQ(pool->allocate(&buffer), C2_OK);
+    EXPECT_EQ(c2->fetches.size(), fetches) << "recycled, not fetched";
+    EXPECT_EQ(std::to_string(buffer->graphic()->id()), id);
+    EXPECT_EQ(counts(), std::make_pair(uint64_t{0}, uint64_t{0}));
+
+    std::vector<LogLine> lines;
+    for (LogLine& line : log.take()) {
+        if (line.tag == kTag)
+            lines.push_back(line);
+    }
+    EXPECT_THAT(lines, ElementsAre(Debug(kTag, "REF: Added Ref for graphic buf with id:" + id),
+                                   Debug(kTag, "REF: Allocated buf with id = " + id +
+                                                   " is still referenced"),
+                                   Debug(kTag, "REF: Released Ref for graphic buf with id : " + id),
+                                   Debug(kTag, "REF: Recycled graphic buf with id : " + id)));
+}
+
+TEST_F(GraphicPoolTest, RecycledBufferOfAnotherGeometryIsDropped) {
+    const auto park = [&] {
+        auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
+        c2->offered = {allocation, allocation};
+        pool->allocate(&buffer);
+        pool->holdReference(1, buffer);
+        EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
+        pool->dropReference(1);
+        EXPECT_EQ(counts().second, 1u);
+    };
+    const std::function<void()> changes[] = {
+        [&] { pool->setResolution(640, 240); },
+        [&] { pool->setResolution(320, 480); },
+        [&] { pool->setFormat(PixFormat::NV12); },
+    };
+    for (const auto& change : changes) {
+        pool->setResolution(320, 240);
+        pool->setFormat(PixFormat::MIREL_NV12);
+        park();
+        change();
+        const size_t fetches = c2->fetches.size();
+        EXPECT_EQ(pool->allocate(&buffer), C2_OK);
+        EXPECT_EQ(c2->fetches.size(), fetches + 1);
+        EXPECT_EQ(counts().second, 0u);
+    }
+}
+
+TEST_F(GraphicPoolTest, HoldsAreRefusedAsTheyShould) {
+    pool->allocate(&buffer);
+    auto first = buffer;
+    EXPECT_EQ(pool->holdReference(1, nullptr), LX2_BAD_ARG);
+    EXPECT_EQ(pool->holdReference(1, LinearBuffer(16)), LX2_BAD_ARG);
+    EXPECT_EQ(pool->holdReference(1, first), C2_OK);
+    EXPECT_EQ(pool->holdReference(1, GraphicBuffer(16, 16, PixFormat::NV12)), C2_CANNOT_DO);
+    EXPECT_EQ(pool->dropReference(2), C2_CANNOT_DO);
+    EXPECT_EQ(counts().first, 1u);
+    std::weak_ptr<LX2Buffer> watch = first;
+    first.reset();
+    buffer.reset();
+    EXPECT_FALSE(watch.expired()) << "the first buffer is the one that is held";
+    EXPECT_EQ(pool->dropAllReferences(), C2_OK);
+    EXPECT_TRUE(watch.expired());
+    pool->counts(nullptr, nullptr);
+}
+
+TEST_F(GraphicPoolTest, OneOfSeveralHoldsReleasesOneParkedBuffer) {
+    // The component's ids and the allocation's id are two identities: two holds of one allocation.
+    auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
+    c2->offered = {allocation, allocation, allocation};
+    pool->allocate(&buffer);
+    pool->holdReference(1, buffer);
+    pool->holdReference(2, buffer);
+    pool->allocate(&buffer);
+    pool->allocate(&buffer);
+    EXPECT_EQ(counts(), std::make_pair(uint64_t{2}, uint64_t{2}));
+    pool->dropReference(1);
+    EXPECT_EQ(pool->allocate(&buffer), C2_OK) << "handed out although the other hold stands";
+    EXPECT_EQ(counts(), std::make_pair(uint64_t{1}, uint64_t{1}));
+}
+
+TEST_F(GraphicPoolTest, CallbackHearsOfBuffersAllocatedWhileItLived) {
+    pool->allocate(&buffer);
+    auto early = std::move(buffer);
+    auto watcher = std::make_shared<Watcher>();
+    log.take();
+    EXPECT_EQ(pool->registerCallback(std::weak_ptr<LX2BufferDeleteCallback>()), C2_OK);
+    EXPECT_EQ(pool->registerCallback(watcher), C2_OK);
+    EXPECT_THAT(log.take(),
+                ElementsAre(Error(kTag, "registerCallback graphicBufferPool"),
+                            Error(kTag, "registerCallback graphicBufferPool override")));
+    pool->allocate(&buffer);
+    auto* address = buffer.get();
+    EXPECT_EQ(buffer->shared_from_this(), buffer);
+    auto survivor = buffer;
+    pool.reset();
+    buffer.reset();
+    early.reset();
+    EXPECT_THAT(watcher->gone, IsEmpty());
+    survivor.reset();
+    EXPECT_THAT(watcher->gone, ElementsAre(address))
+        << "also after the pool, and not for the early one";
+}
+
+TEST_F(GraphicPoolTest, DeadCallbackIsSkipped) {
+    auto watcher = std::make_shared<Watcher>();
+    pool->registerCallback(watcher);
+    pool->allocate(&buffer);
+    watcher.reset();
+    log.take();
+    buffer.reset();
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(GraphicPoolTest, CallbackMayDropReferencesItself) {
+    struct Dropper : LX2BufferDeleteCallback {
+        void onBufferDeleted(LX2Buffer*) override { status = pool->dropReference(2); }
+        LX2GraphicBufferPool* pool = nullptr;
+        LX2Status status = 0;
+    };
+    auto dropper = std::make_shared<Dropper>();
+    dropper->pool = pool.get();
+    pool->registerCallback(dropper);
+    pool->allocate(&buffer);
+    pool->holdReference(1, std::move(buffer));
+    EXPECT_EQ(pool->dropReference(1), C2_OK);
+    EXPECT_EQ(dropper->status, C2_CANNOT_DO);
+}
+
+TEST_F(GraphicPoolTest, SlotsComeBackAndBlockWhenAllAreOut) {
+    auto slots = std::make_shared<host::SlotGraphicPool>(2);
+    pool = LX2GraphicBufferPool::Create(slots);
+    pool->setResolution(64, 64);
+    pool->setFormat(PixFormat::MIREL_NV12_CMPX);
+    std::shared_ptr<LX2Buffer> second;
+    EXPECT_EQ(pool->allocate(&buffer), C2_OK);
+    EXPECT_EQ(pool->allocate(&second), C2_OK);
+    EXPECT_NE(buffer->graphic()->id(), second->graphic()->id());
+    std::shared_ptr<LX2Buffer> third;
+    EXPECT_EQ(pool->allocate(&third), C2_TIMED_OUT);
+    const uint64_t id = second->graphic()->id();
+    auto shared = second->getSharedBuffer();
+    second.reset();
+    EXPECT_EQ(pool->allocate(&third), C2_TIMED_OUT) << "the framework still has it";
+    shared.reset();
+    EXPECT_EQ(pool->allocate(&third), C2_OK);
+    EXPECT_EQ(third->graphic()->id(), id);
+    EXPECT_TRUE(slots->offerAgain(id));
+    EXPECT_EQ(pool->allocate(&second), C2_OK);
+    EXPECT_EQ(second->graphic()->id(), id);
+    EXPECT_EQ(slots->slotsOut(), 2u);
+}
+
+TEST_F(GraphicPoolTest, ReferencesComeAndGoOnOtherThreadsWhileOneAllocates) {
+    auto slots = std::make_shared<host::SlotGraphicPool>(4);
+    pool = LX2GraphicBufferPool::Create(slots);
+    pool->setResolution(32, 32);
+    pool->setFormat(PixFormat::NV12);
+    std::atomic<bool> done{false};
+    std::atomic<uint64_t> next{1};
+    std::mutex lock;
+    std::vector<std::pair<uint64_t, std::shared_ptr<LX2Buffer>>> handed;
+    const auto user = [&] {
+        while (!done) {
+            std::pair<uint64_t, std::shared_ptr<LX2Buffer>> mine;
+            {
+                std::lock_guard<std::mutex> guard(lock);
+                if (!handed.empty()) {
+                    mine = std::move(handed.back());
+                    handed.pop_back();
+                }
+            }
+            if (mine.second == nullptr)
+                continue;
+            EXPECT_EQ(pool->holdReference(mine.first, mine.second), C2_OK);
+            slots->offerAgain(mine.second->graphic()->id());
+            mine.second.reset();
+            EXPECT_EQ(pool->dropReference(mine.first), C2_OK);
+        }
+    };
+    std::thread users[] = {std::thread(user), std::thread(user)};
+    int allocated = 0;
+    for (int i = 0; i < 2000; ++i) {
+        const LX2Status status = pool->allocate(&buffer);
+        ASSERT_TRUE(status == C2_OK || status == C2_TIMED_OUT) << status;
+        allocated += status == C2_OK;
+        std::lock_guard<std::mutex> guard(lock);
+        if (buffer != nullptr)
+            handed.emplace_back(next++, std::move(buffer));
+    }
+    done = true;
+    for (auto& thread : users)
+        thread.join();
+    handed.clear();
+    EXPECT_GT(allocated, 0);
+    EXPECT_EQ(counts().first, 0u);
+    pool->dropAllReferences();
+    EXPECT_EQ(slots->slotsOut(), 0u);
+}
+
+}  // namespace
+}  // namespace lx2::test
