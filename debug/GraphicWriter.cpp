@@ -1,5 +1,6 @@
 #include <lx2/PixFormat.h>
 #include <lx2/Platform.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <limits>
@@ -32,6 +33,14 @@ std::unique_ptr<Mapping> MapWithRows(Graphic* view, const std::optional<FrameRow
     auto mapping = view->mapInternal(false);
     view->setAllocSize(size);
     return mapping;
+}
+
+// Maps the pages of a frame at once, instead of by a fault every few rows, which takes longer than
+// the copying. Only a hint: DMA-BUF drivers that map their pages with the buffer refuse it.
+void Prefault([[maybe_unused]] const Mapping& mapping, [[maybe_unused]] uint64_t readable) {
+#ifdef MADV_POPULATE_READ
+    madvise(mapping.data(), readable, MADV_POPULATE_READ);
+#endif
 }
 
 // Writes rows as far as the memory at base reaches.
@@ -82,6 +91,7 @@ LX2Status LX2FileDump::Impl::dumpGraphicUnCompressed(Graphic* view) {
     if (mapping == nullptr || mapping->data() == nullptr)
         return LX2_ERROR;
     const uint64_t readable = ReadableBytes(*mapping, view->fd());
+    Prefault(*mapping, readable);
     if (rows) {
         WriteRows(&mFile, rows->luma, mapping->data(), readable);
         WriteRows(&mFile, rows->chroma, mapping->data(), readable);
@@ -101,6 +111,7 @@ LX2Status LX2FileDump::Impl::dumpGraphicCompressed(const Graphic* view) {
     const uint64_t size = Platform::MirelBufferLayout::CompressedFrameSize(
         view->format(), view->width(), view->height());
     const uint64_t written = size == 0 ? readable : std::min(size, readable);
+    Prefault(*mapping, written);
     mFile.write(mapping->data(), written);
     LX2_LOGD("Dump graphic buffer: format = %s : %u bytes", PixFormat::Str(view->format()),
              static_cast<uint32_t>(written));
