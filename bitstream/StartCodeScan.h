@@ -1,7 +1,7 @@
 // The scanner's inner loop: where does the next start code begin?
 //
 // The plain form compares four bytes at each position and says what is right. The fast form gives
-// the same answer; it passes over sixteen positions at a time while no start code can begin there.
+// the same answer; it passes over blocks of sixteen positions while no start code can begin there.
 // Both look at the positions [from, end) and read no byte behind buf[end + 2], the last one of a
 // start code at end - 1.
 #pragma once
@@ -125,7 +125,7 @@ inline size_t SkipGroups(const uint8_t* buf, size_t p, size_t end) {
 
 #if defined(__SSE2__)
 
-// The same in vectors of 32 bytes, for processors that have them.
+// The same in vectors of 32 bytes, two groups a step, for processors that have them.
 __attribute__((target("avx2"))) inline size_t SkipGroupsWide(const uint8_t* buf, size_t p,
                                                              size_t end) {
     constexpr size_t kWide = 32;
@@ -133,13 +133,11 @@ __attribute__((target("avx2"))) inline size_t SkipGroupsWide(const uint8_t* buf,
     for (; p + 2 * kGroup <= end; p += 2 * kGroup) {
         __m256i suspects = zero;
         for (size_t at = 1; at < 2 * kGroup; at += kWide) {
-            const auto* bytes = reinterpret_cast<const __m256i*>(buf + p + at);
-            const __m256i pairs = _mm256_loadu_si256(bytes);
-            // Bytes behind the pairs; the last one of each half reads as 0, which suspects more.
-            const __m256i behind = _mm256_and_si256(
-                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(buf + p + at + 2)), mask);
-            suspects =
-                _mm256_or_si256(suspects, _mm256_cmpeq_epi16(_mm256_or_si256(pairs, behind), zero));
+            const uint8_t* grid = buf + p + at;
+            const __m256i pairs = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(grid));
+            const __m256i next = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(grid + 2));
+            const __m256i either = _mm256_or_si256(pairs, _mm256_and_si256(next, mask));
+            suspects = _mm256_or_si256(suspects, _mm256_cmpeq_epi16(either, zero));
         }
         if (_mm256_movemask_epi8(suspects) != 0)
             break;
