@@ -5,12 +5,14 @@
 
 #include <limits>
 
+#include "DisplayMetadata.h"
 #include "GrallocLog.h"
 #include "PrivateHandle.h"
 
 namespace lx2 {
 
-// Destroyed at unload in the reverse order: the lock, then the helper.
+// Destroyed at unload in the reverse order: the lock, the helper, then the loader.
+LX2LXDMetadata LX2LXDMetadata::sLibrary;
 std::unique_ptr<LX2Mapper3Helper> LX2Mapper3Helper::sMapperHelper;
 std::mutex LX2Mapper3Helper::sLock;
 

@@ -1,6 +1,8 @@
 #include <lx2/FrameGeometry.h>
 #include <lx2host/FrameLayout.h>
 
+#include <algorithm>
+
 namespace lx2::host {
 
 namespace {
@@ -9,43 +11,194 @@ using geometry::Align;
 using geometry::CmpxNv12;
 using geometry::CmpxTp10;
 
+constexpr uint32_t kLargestSide = 65536;
+
+constexpr uint32_t kTileBytes8 = 32;     // 32 samples, or 16 pairs
+constexpr uint32_t kTileBytes10 = 64;    // 48 samples, or 24 pairs, in 16 words
+constexpr uint32_t kTileBytesRgba = 64;  // 16 pixels
+
+bool IsLaidOut(uint32_t format, uint32_t width, uint32_t height) {
+    return (geometry::IsYuv(format) || geometry::IsRgb(format)) && width != 0 && height != 0 &&
+           width <= kLargestSide && height <= kLargestSide;
+}
+
+bool IsPlanar(uint32_t format) {
+    return format == PixFormat::YV12 || format == PixFormat::I420;
+}
+
+// Where the allocator puts the planes.
+PlanePlacements Placements(uint32_t format, uint32_t width, uint32_t height) {
+    const uint32_t stride = geometry::Stride(format, width);
+    const auto chroma = geometry::LumaSize<uint64_t>(format, width, height);
+    if (!IsPlanar(format))
+        return {{{0, stride}, {chroma, stride}, {}}};
+    const uint32_t half = geometry::Stride(format, width / 2);
+    return {{{0, stride}, {chroma, half}, {chroma + uint64_t{half} * height / 2, half}}};
+}
+
+PlaneLayout Linear(uint32_t width, uint32_t height, uint32_t channels,
+                   const PlanePlacement& placement) {
+    PlaneLayout plane;
+    plane.width = width;
+    plane.height = height;
+    plane.channels = channels;
+    plane.offset = placement.offset;
+    plane.stride = placement.stride;
+    return plane;
+}
+
+// A plane of tiles behind their metadata.
+PlaneLayout Tiled(PlaneLayout plane, uint32_t tileBytes, uint32_t metadataStride,
+                  uint32_t metadataSize) {
+    plane.tileBytes = tileBytes;
+    plane.packed = tileBytes == kTileBytes10;
+    plane.metadata = plane.offset;
+    plane.metadataStride = metadataStride;
+    plane.offset += metadataSize;
+    return plane;
+}
+
+// The other way round: the tiles of whole 16 rows, and the metadata in the rows below.
+PlaneLayout TiledRgba(PlaneLayout plane) {
+    plane.tileBytes = kTileBytesRgba;
+    plane.metadata = plane.offset + uint64_t{Align<uint32_t>(plane.height, 16)} * plane.stride;
+    plane.metadataStride = plane.stride / kTileBytesRgba;
+    return plane;
+}
+
+template <typename Geometry>
+void AddCompressedPlanes(FrameLayout* frame, uint32_t tileBytes, const PlanePlacements& at) {
+    const uint32_t width = frame->width;
+    const uint32_t height = frame->height;
+    const uint32_t pairs = geometry::CeilDiv<uint32_t>(width, 2);
+    const uint32_t rows = geometry::CeilDiv<uint32_t>(height, 2);
+    frame->planeCount = 2;
+    frame->planes[0] =
+        Tiled(Linear(width, height, 1, at[0]), tileBytes, Geometry::LumaMetaStride(width),
+              Geometry::LumaMetaSize(width, height));
+    frame->planes[1] =
+        Tiled(Linear(pairs, rows, 2, at[1]), tileBytes, Geometry::ChromaMetaStride(width),
+              Geometry::ChromaMetaSize(width, height));
+    frame->channels = {{{0, 0}, {1, 0}, {1, 1}}};
+}
+
+// A row fits its stride, and a stride is whole tiles.
+bool Fits(const PlaneLayout& plane) {
+    if (!plane.isTiled())
+        return plane.rowBytes() <= plane.stride;
+    return plane.stride % plane.tileBytes == 0 &&
+           Align<uint32_t>(plane.rowBytes(), plane.tileBytes) <= plane.stride;
+}
+
+}  // namespace
+
 // Rows of whole 128-byte units. A compressed frame keeps a metadata byte for each tile of 16 x 4
 // pixels below the picture: one row of them for each 256 rows.
-FrameAllocation RgbaAllocation(uint32_t width, uint32_t height) {
-    const uint32_t stride = Align<uint32_t>(width, 32);
+RgbaAlignment AlignRgba(uint32_t width, uint32_t height) {
     const uint32_t rows = Align<uint32_t>(height, 16);
-    const uint32_t aligned = rows + geometry::CeilDiv<uint32_t>(rows, 256);
-    return {stride, aligned, geometry::RgbaFrameSize<uint64_t>(stride, aligned)};
+    return {Align<uint32_t>(width, 32), rows + geometry::CeilDiv<uint32_t>(rows, 256)};
+}
+
+std::optional<FrameLayout> LayoutAt(uint32_t format, uint32_t width, uint32_t height,
+                                    const PlanePlacements& at) {
+    if (!IsLaidOut(format, width, height))
+        return std::nullopt;
+    FrameLayout frame;
+    frame.format = format;
+    frame.width = width;
+    frame.height = height;
+    switch (format) {
+        case PixFormat::RGBA8888:
+        case PixFormat::RGBA8888_CMPX:
+            frame.planeCount = 1;
+            frame.planes[0] = Linear(width, height, 4, at[0]);
+            if (format == PixFormat::RGBA8888_CMPX)
+                frame.planes[0] = TiledRgba(frame.planes[0]);
+            frame.channels = {{{0, 0}, {0, 1}, {0, 2}}};
+            break;
+        case PixFormat::MIREL_NV12_CMPX:
+            AddCompressedPlanes<CmpxNv12<uint32_t>>(&frame, kTileBytes8, at);
+            break;
+        case PixFormat::MIREL_TP10:
+            AddCompressedPlanes<CmpxTp10<uint32_t>>(&frame, kTileBytes10, at);
+            frame.bitDepth = 10;
+            break;
+        case PixFormat::NV12:
+        case PixFormat::MIREL_NV12:
+            frame.planeCount = 2;
+            frame.planes[0] = Linear(width, height, 1, at[0]);
+            frame.planes[1] = Linear(width / 2, height / 2, 2, at[1]);
+            frame.channels = {{{0, 0}, {1, 0}, {1, 1}}};
+            break;
+        default:
+            frame.planeCount = 3;
+            frame.planes[0] = Linear(width, height, 1, at[0]);
+            frame.planes[1] = Linear(width / 2, height / 2, 1, at[1]);
+            frame.planes[2] = Linear(width / 2, height / 2, 1, at[2]);
+            frame.channels = {{{0, 0}, {1, 0}, {2, 0}}};
+            if (format == PixFormat::YV12)
+                std::swap(frame.channels[1], frame.channels[2]);
+            break;
+    }
+    for (uint32_t i = 0; i < frame.planeCount; ++i) {
+        if (!Fits(frame.planes[i]))
+            return std::nullopt;
+    }
+    return frame;
+}
+
+std::optional<FrameLayout> LayoutOf(uint32_t format, uint32_t width, uint32_t height) {
+    if (!IsLaidOut(format, width, height))
+        return std::nullopt;
+    return LayoutAt(format, width, height, Placements(format, width, height));
+}
+
+uint64_t FrameLayout::end() const {
+    uint64_t end = 0;
+    for (uint32_t i = 0; i < planeCount; ++i)
+        end = std::max(end, planes[i].end());
+    return end;
+}
+
+namespace {
+
+// The unit in which a stride counts pixels, and the rows that the tallest plane is padded to.
+FrameAllocation YuvAllocation(uint32_t format, uint32_t width, uint32_t height) {
+    const auto size = geometry::FrameSize<uint64_t>(format, width, height);
+    const uint32_t stride = geometry::Stride(format, width);
+    switch (format) {
+        case PixFormat::MIREL_NV12:
+            return {stride, Align<uint32_t>(height, 512), size};
+        case PixFormat::MIREL_NV12_CMPX:
+            return {stride, CmpxNv12<uint32_t>::TileRows(height), size};
+        case PixFormat::MIREL_TP10:
+            return {stride * 3 / 4, CmpxTp10<uint32_t>::TileRows(height), size};
+        case PixFormat::NV12:
+            return {stride, height, size};
+        default: {
+            // With an odd height, half a row more for each chroma plane than they use.
+            const uint64_t rows = uint64_t{stride} + geometry::Stride(format, width / 2);
+            return {stride, height, std::max(size, Align<uint64_t>(rows * height, 4096))};
+        }
+    }
 }
 
 }  // namespace
 
 FrameAllocation AllocationOf(uint32_t format, uint32_t width, uint32_t height) {
-    const uint64_t size = geometry::FrameSize<uint64_t>(format, width, height);
-    switch (format) {
-        case PixFormat::RGBA8888:
-        case PixFormat::RGBA8888_CMPX:
-            return RgbaAllocation(width, height);
-        case PixFormat::I420:
-        case PixFormat::YV12:
-        case PixFormat::NV12:
-            return {Align<uint32_t>(width, 16), height, size};
-        case PixFormat::MIREL_NV12:
-            return {Align<uint32_t>(width, 512), Align<uint32_t>(height, 512), size};
-        case PixFormat::MIREL_NV12_CMPX:
-            return {Align<uint32_t>(width, 128), CmpxNv12<uint32_t>::TileRows(height), size};
-        case PixFormat::MIREL_TP10:
-            return {CmpxTp10<uint32_t>::Stride(width) * 3 / 4, CmpxTp10<uint32_t>::TileRows(height),
-                    size};
-        case PixFormat::MIREL_P010: {
-            const uint64_t stride = Align<uint64_t>(width, 128);
-            const uint64_t rows = Align<uint64_t>(height, 32);
-            return {static_cast<uint32_t>(stride), static_cast<uint32_t>(rows),
-                    stride * 2 * (rows + rows / 2)};
-        }
-        default:
-            return {};
+    if (format == PixFormat::MIREL_P010) {
+        const uint64_t stride = Align<uint64_t>(width, 128);
+        const uint64_t rows = Align<uint64_t>(height, 32);
+        return {static_cast<uint32_t>(stride), static_cast<uint32_t>(rows),
+                stride * 2 * (rows + rows / 2)};
     }
+    if (!IsLaidOut(format, width, height))
+        return {};
+    if (geometry::IsYuv(format))
+        return YuvAllocation(format, width, height);
+    const RgbaAlignment aligned = AlignRgba(width, height);
+    return {aligned.width, aligned.height,
+            geometry::RgbaFrameSize<uint64_t>(aligned.width, aligned.height)};
 }
 
 }  // namespace lx2::host

@@ -7,12 +7,14 @@
 #include <C2Param.h>
 #include <lx2/Export.h>
 #include <lx2/LX2Status.h>
+#include <lx2/LXDColorMetaData.h>
 #include <utils/StrongPointer.h>
 
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace android::hardware::graphics::mapper::V3_0 {
@@ -42,19 +44,26 @@ class LX2_API LX2PlatformBuffer {
     virtual uint32_t flags() = 0;        // usage flags of the allocation; all ones
     virtual uint64_t id() = 0;           // of the allocation, the same in every import; all ones
 
-    // Fetches the requested kinds of metadata as C2 parameters, appended to out.
+    // Fetches the requested kinds of metadata as C2 parameters, appended to out: the AV timestamp
+    // (type 0x42008015) and the color aspects (0xC2001809). Stream ids are ignored, and so are
+    // other types. What can't be fetched is logged.
     // C2_OK when at least one was appended; LX2_ERROR otherwise.
     virtual LX2Status getMetadata(const std::vector<C2Param::Type>& types,
                                   std::vector<std::unique_ptr<C2Param>>* out) = 0;
 
-    // Fetches all kinds that there are: per-buffer information is appended to infos, parameters
-    // that update the stream's configuration to configUpdates. C2_OK when at least one was fetched;
-    // LX2_ERROR otherwise.
+    // Fetches all kinds that there are. Per-buffer information is appended to infos: HDR dynamic
+    // metadata, vision-processor metadata, statistics of the compressed layout. Parameters that
+    // update the stream's configuration are appended to configUpdates: color aspects, HDR static
+    // info (10-bit formats only), the vision processor's frame rates. Payloads are cut to the 1024
+    // bytes that their records hold. C2_OK when at least one kind was fetched; LX2_ERROR otherwise.
     virtual LX2Status getMetadata(std::vector<std::unique_ptr<C2Param>>* infos,
                                   std::vector<std::unique_ptr<C2Param>>* configUpdates) = 0;
 
-    // Writes the infos that it recognises. What can't be written is logged.
-    // C2_OK; LX2_ERROR when there is no handle or no display-metadata library.
+    // Writes the infos that it recognises: color aspects and HDR static info (output forms,
+    // together as one record), interlace (0xD200800B) and refresh rate (0xD2008035), whose payloads
+    // are at least a word: a shorter one is written with zeros behind it. An aspects or HDR info
+    // that is too short is ignored. What can't be written is logged. C2_OK, also then; LX2_ERROR
+    // when there is no handle or no display-metadata library.
     virtual LX2Status setMetadata(const std::vector<std::shared_ptr<C2Info>>& infos) = 0;
 };
 
@@ -120,6 +129,101 @@ class LX2_API LX2Mapper3Helper {
 
     static std::unique_ptr<LX2Mapper3Helper> sMapperHelper;
     static std::mutex sLock;
+};
+
+// Converts between the color parameters of Codec 2.0 and the display stack's color record, and
+// names the record's values. Conversions give LX2_BAD_ARG when their output is null and C2_OK
+// otherwise; values that have no counterpart become unspecified ones.
+class LX2_API LX2GrallocMetadataTranslater {
+  public:
+    LX2GrallocMetadataTranslater() = delete;
+
+    // Writes the record's primaries, matrix coefficients, transfer and range, and nothing else of
+    // it. Each value that the display stack doesn't know is logged.
+    static LX2Status convertAspectsToMetaData(const C2StreamColorAspectsInfo::output& aspects,
+                                              lxd::ColorMetaData* md);
+
+    // Writes the four aspects. The display's limited range reads back as an unspecified one.
+    static LX2Status convertMetaDataToAspects(const lxd::ColorMetaData& md,
+                                              C2StreamColorAspectsInfo::input* aspects);
+
+    // Writes the record's mastering display and content light levels and marks both present.
+    // Values that a field can't hold become its smallest or largest value, NaN becomes 0.
+    static LX2Status convertHsiToMetaData(const C2StreamHdrStaticMetadataInfo::output& hsi,
+                                          lxd::ColorMetaData* md);
+
+    // Writes all twelve values, whether the record marks them present or not.
+    static LX2Status convertMetaDataToHsi(const lxd::ColorMetaData& md,
+                                          C2StreamHdrStaticMetadataInfo::input* hsi);
+
+    // The names of the record's values; "?" for a value that has none.
+    static const char* Str(const lxd::ColorPrimaries& primaries);
+    static const char* Str(const lxd::MatrixCoEfficients& matrix);
+    static const char* Str(const lxd::GammaTransfer& transfer);
+    static const char* Str(const lxd::ColorRange& range);
+
+    // "{primaries matrix transfer range}" by name. out: not null; gives *out.
+    static const std::string& AsString(const lxd::ColorMetaData& md, std::string* out);
+
+  private:
+    static const std::unordered_map<C2Color::primaries_t, lxd::ColorPrimaries>
+        kC2ToDispPrimariesMap;
+    static const std::unordered_map<C2Color::matrix_t, lxd::MatrixCoEfficients> kC2ToDispMatrixMap;
+    static const std::unordered_map<C2Color::transfer_t, lxd::GammaTransfer> kC2ToDispTransferMap;
+    static const std::unordered_map<C2Color::range_t, lxd::ColorRange> kC2ToDispRangeMap;
+};
+
+// Chooses a stream's color aspects between what its bitstream says and what the client configured,
+// and names the values. The bitstream comes first, but for VP8 and VP9, where the client does.
+class LX2_API LX2ColorAspects {
+  public:
+    LX2ColorAspects() = delete;
+
+    // Each field by itself: the first source's value, or the other's when that is unspecified (0).
+    // out keeps its header; it must not be one of the sources, which are read after it is cleared.
+    // C2_OK; LX2_BAD_ARG when out is null.
+    static LX2Status preferredColorAspects(const std::string& mime,
+                                           const C2StreamColorAspectsInfo::output& coded,
+                                           const C2StreamColorAspectsTuning::output& defaults,
+                                           C2StreamColorAspectsInfo::output* out);
+
+    // The names of the values; "?" for a value that has none.
+    static const char* Str(const C2Color::primaries_t& primaries);
+    static const char* Str(const C2Color::matrix_t& matrix);
+    static const char* Str(const C2Color::transfer_t& transfer);
+    static const char* Str(const C2Color::range_t& range);
+
+    // "{primaries matrix transfer range}" by name, of any color-aspects parameter.
+    // out: not null; gives *out.
+    template <typename Aspects>
+    static const std::string& AsString(const Aspects& aspects, std::string* out) {
+        return Describe(aspects, out);
+    }
+
+  private:
+    static const std::string& Describe(const C2ColorAspectsStruct& aspects, std::string* out);
+};
+
+extern template LX2_API const std::string& LX2ColorAspects::AsString(
+    const C2StreamColorAspectsInfo::input&, std::string*);
+
+// The same choice for HDR static info.
+class LX2_API LX2ColorHsi {
+  public:
+    LX2ColorHsi() = delete;
+
+    // One source as a whole, header included: the defaults for VP8 and VP9, or when codedAvailable
+    // is false, or when only they have a red x chromaticity; else the coded info.
+    // C2_OK; LX2_BAD_ARG when out is null.
+    static LX2Status preferredHsi(const std::string& mime,
+                                  const C2StreamHdrStaticMetadataInfo::output& coded,
+                                  const C2StreamHdrStaticMetadataInfo::output& defaults,
+                                  C2StreamHdrStaticMetadataInfo::output* out, bool codedAvailable);
+
+    // The chromaticities and light levels as text, cut to 255 characters.
+    // out: not null; gives *out.
+    static const std::string& AsString(const C2StreamHdrStaticMetadataInfo::output& hsi,
+                                       std::string* out);
 };
 
 }  // namespace lx2

@@ -180,6 +180,19 @@ constexpr T FrameSize(uint32_t format, T width, T height) {
     }
 }
 
+// Bytes that the video core reserves for a frame of any format; 0 for an empty one. Every layout
+// but the compressed NV12 gets the room of an 8-bit frame with planes aligned to 512.
+template <typename T>
+constexpr T VideoCoreFrameSize(uint32_t format, T width, T height) {
+    if (width == 0 || height == 0)
+        return 0;
+    if (format == PixFormat::MIREL_NV12_CMPX)
+        return CmpxNv12<T>::FrameSize(width, height);
+    return Align<T>(
+        Align<T>(width, 512) * (Align<T>(height, 512) + Align<T>(CeilDiv<T>(height, 2), 256)),
+        4096);
+}
+
 // Bytes of an RGBA frame, from the dimensions that the GPU utility library aligned.
 template <typename T>
 constexpr T RgbaFrameSize(T alignedWidth, T alignedHeight) {

@@ -146,3 +146,5 @@ struct C2Info : C2Param {
   protected:
     using C2Param::C2Param;
 };
+
+#include <C2ParamReflection.h>

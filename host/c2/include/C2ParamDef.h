@@ -6,14 +6,57 @@
 
 #include <type_traits>
 #include <utility>
+#include <vector>
+
+// How a structure describes itself:
+//
+//     struct RangeStruct {
+//         int32_t min;
+//         int32_t max;
+//         C2STRUCT_FIELDS(RangeStruct, kParamIndexRange, C2FIELD(min, "min"), C2FIELD(max, "max"))
+//     };
+//
+// A flexible structure, which ends in an array of no fixed length, says so with
+// C2FLEX_STRUCT_FIELDS and the type of that array's elements.
+#define C2STRUCT_FIELDS(type, kind, ...)                \
+    static constexpr uint32_t PARAM_KIND = (kind);      \
+    static std::vector<C2FieldDescriptor> FieldList() { \
+        using _type = type;                             \
+        return {__VA_ARGS__};                           \
+    }
+#define C2FLEX_STRUCT_FIELDS(type, kind, flexType, ...) \
+    using FlexType = flexType;                          \
+    C2STRUCT_FIELDS(type, (kind) | C2Param::IS_FLEX_FLAG, __VA_ARGS__)
+
+// One member as a field: type, extent, offset and size follow from its declaration.
+#define C2FIELD(member, name)                                                   \
+    c2_internal::FieldOf<std::remove_reference_t<decltype(c2_internal::Element( \
+        std::declval<_type&>().member, 0))>>(name, offsetof(_type, member),     \
+                                             sizeof(std::declval<_type&>().member))
+
+namespace c2_internal {
+
+// The type of an array's elements, and of anything else itself.
+template <typename T>
+T& Element(T* array, int);
+template <typename T>
+T& Element(T& value, long);
+
+template <typename T>
+C2FieldDescriptor FieldOf(const char* name, size_t offset, size_t size) {
+    return C2FieldDescriptor(C2FieldDescriptor::TypeOf<T>(),
+                             static_cast<uint32_t>(size / sizeof(T)), name, offset, size);
+}
+
+}  // namespace c2_internal
 
 // A body of one value, for parameters that need no structure of their own.
 template <typename V, int ParamIndex = 0>
 struct C2SimpleValueStruct {
-    static constexpr uint32_t PARAM_KIND = ParamIndex;
     V value{};
     C2SimpleValueStruct() = default;
     C2SimpleValueStruct(V v) : value(v) {}
+    C2STRUCT_FIELDS(C2SimpleValueStruct, ParamIndex, C2FIELD(value, "value"))
 };
 using C2Int32Value = C2SimpleValueStruct<int32_t>;
 using C2Uint32Value = C2SimpleValueStruct<uint32_t>;
@@ -25,13 +68,13 @@ using C2FloatValue = C2SimpleValueStruct<float>;
 // element type FlexType and ends in the member m of no fixed length.
 template <typename V>
 struct C2SimpleArrayStruct {
-    using FlexType = V;
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
     struct {
         V value[0];
     } m;
 #pragma GCC diagnostic pop
+    C2FLEX_STRUCT_FIELDS(C2SimpleArrayStruct, 0, V, C2FIELD(m.value, "value"))
 };
 using C2BlobValue = C2SimpleArrayStruct<uint8_t>;
 using C2StringValue = C2SimpleArrayStruct<char>;
@@ -69,7 +112,7 @@ template <typename T, typename S, uint32_t IndexBits>
 struct Concrete<T, S, IndexBits, true> : public T, public S {
     static constexpr uint32_t PARAM_TYPE = T::PARAM_KIND_BITS | IndexBits | C2Param::IS_FLEX_FLAG;
 
-    // count elements, zeroed.
+    // count elements, zeroed, after the members of fixed length.
     static std::unique_ptr<Concrete> AllocUnique(size_t count, uint32_t stream = 0) {
         const uint32_t size = SizeFor(count);
         return std::unique_ptr<Concrete>(new (size) Concrete(size, stream));
@@ -79,7 +122,9 @@ struct Concrete<T, S, IndexBits, true> : public T, public S {
     }
 
     size_t flexCount() const {
-        return (this->size() - sizeof(C2Param)) / sizeof(typename S::FlexType);
+        return this->size() < sizeof(Concrete)
+                   ? 0
+                   : (this->size() - sizeof(Concrete)) / sizeof(typename S::FlexType);
     }
 
     static Concrete* From(C2Param* param) {
@@ -93,7 +138,7 @@ struct Concrete<T, S, IndexBits, true> : public T, public S {
 
   private:
     static uint32_t SizeFor(size_t count) {
-        return static_cast<uint32_t>(sizeof(C2Param) + count * sizeof(typename S::FlexType));
+        return static_cast<uint32_t>(sizeof(Concrete) + count * sizeof(typename S::FlexType));
     }
     static void* operator new(size_t, uint32_t size) {
         return memset(::operator new(size), 0, size);

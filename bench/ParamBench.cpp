@@ -1,0 +1,81 @@
+// A message of ten keys against 100, 1,000 and 10,000 registered fields: the updater itself, and
+// the search of the keys alone beside the plain walk over all registered names.
+#include <benchmark/benchmark.h>
+#include <lx2/ReflectedParamUpdater.h>
+
+#include <map>
+#include <string>
+
+#include "../param/MessageWalk.h"
+
+namespace {
+
+using lx2::ReflectedParamUpdater;
+
+constexpr int kKeys = 10;
+constexpr int kFieldsOfAParam = 10;
+constexpr uint32_t kIndex = C2Param::KIND_SETTING | C2Param::DIR_GLOBAL | C2Param::IS_VENDOR_FLAG;
+
+std::string ParamName(int64_t param) {
+    return "component-parameter-" + std::to_string(param);
+}
+std::string FieldName(int field) {
+    return "field-" + std::to_string(field);
+}
+
+// Ten keys, spread evenly over the registered names.
+ReflectedParamUpdater::Message MessageFor(int64_t fields) {
+    const int64_t params = fields / kFieldsOfAParam;
+    ReflectedParamUpdater::Message message;
+    for (int key = 0; key < kKeys; ++key)
+        message["vendor." + ParamName(params * key / kKeys) + "." + FieldName(key)] = "12345";
+    return message;
+}
+
+void BM_ParseMessage(benchmark::State& state) {
+    std::vector<C2FieldDescriptor> fields;
+    for (int field = 0; field < kFieldsOfAParam; ++field)
+        fields.emplace_back(C2FieldDescriptor::INT32, 1, FieldName(field), field * 4, 4);
+    ReflectedParamUpdater updater;
+    for (int64_t param = 0; param < state.range(0) / kFieldsOfAParam; ++param) {
+        const uint32_t index = kIndex | static_cast<uint32_t>(param);
+        updater.addParamDesc(std::make_shared<C2ParamDescriptor>(false, ParamName(param), index),
+                             C2StructDescriptor(index, fields), nullptr, true);
+    }
+    const ReflectedParamUpdater::Message message = MessageFor(state.range(0));
+    int64_t sum = 0;
+    for (auto _ : state)
+        updater.parseMessageAndDoWork(
+            message, [&sum](const std::string&, const ReflectedParamUpdater::FieldDesc&,
+                            const void* value, size_t) { sum += *static_cast<const int*>(value); });
+    if (sum != int64_t{12345} * kKeys * static_cast<int64_t>(state.iterations()))
+        state.SkipWithError("keys were missed");
+}
+BENCHMARK(BM_ParseMessage)->RangeMultiplier(10)->Range(100, 10000);
+
+template <typename Search>
+void FindKeys(benchmark::State& state, const Search& search) {
+    std::map<std::string, int> fields;
+    for (int64_t i = 0; i < state.range(0); ++i)
+        fields["vendor." + ParamName(i / kFieldsOfAParam) + "." + FieldName(i % kFieldsOfAParam)] =
+            1;
+    const ReflectedParamUpdater::Message message = MessageFor(state.range(0));
+    int64_t found = 0;
+    for (auto _ : state)
+        search(fields, message,
+               [&found](const std::string&, int one, const std::string&) { found += one; });
+    if (found != kKeys * static_cast<int64_t>(state.iterations()))
+        state.SkipWithError("keys were missed");
+}
+
+void BM_FindByKey(benchmark::State& state) {
+    FindKeys(state, [](const auto&... args) { lx2::VisitByKey(args...); });
+}
+BENCHMARK(BM_FindByKey)->RangeMultiplier(10)->Range(100, 10000);
+
+void BM_FindByName(benchmark::State& state) {
+    FindKeys(state, [](const auto&... args) { lx2::VisitByName(args...); });
+}
+BENCHMARK(BM_FindByName)->RangeMultiplier(10)->Range(100, 10000);
+
+}  // namespace

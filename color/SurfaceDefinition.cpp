@@ -1,0 +1,121 @@
+// The definition records of the source and the target surface.
+#include <cstring>
+#include <new>
+
+#include "Engine.h"
+#include "EngineLog.h"
+
+namespace lx2 {
+
+namespace {
+
+// Not zero: the blit library takes the record for one with memory behind it.
+constexpr uint64_t kPlaceholder = 0xAAAAAAAA;
+
+uint64_t Address(const uint8_t* base, uint32_t offset) {
+    return reinterpret_cast<uintptr_t>(base) + offset;
+}
+
+}  // namespace
+
+LX2ColorConverter::Engine::Side LX2ColorConverter::Engine::side(bool isSource) {
+    if (isSource)
+        return {blit::kSourceBits, &mSrcSurface, &mSrcDef,  mSrcWidth,
+                mSrcHeight,        mSrcLumaSize, mSrcFormat};
+    return {blit::kTargetBits, &mDstSurface, &mDstDef,  mDstWidth,
+            mDstHeight,        mDstLumaSize, mDstFormat};
+}
+
+int32_t LX2ColorConverter::Engine::createSurface(const Side& side, uint32_t type) {
+    return mEnabled ? mBlit.createSurface(side.surface, side.bits, type, side.def->get()) : -1;
+}
+
+int32_t LX2ColorConverter::Engine::updateSurface(const Side& side, uint32_t type) {
+    return mEnabled ? mBlit.updateSurface(*side.surface, side.bits, type, side.def->get()) : -1;
+}
+
+void LX2ColorConverter::Engine::destroySurface(uint32_t* surface) {
+    if (*surface != 0)
+        mBlit.destroySurface(*surface);
+    *surface = 0;
+}
+
+// The side's record with its first size bytes zeroed. It is reused as allocated when the side
+// changes between RGB and YUV, so it always has room for the larger.
+blit::SurfaceDef* LX2ColorConverter::Engine::clearedDef(const Side& side, size_t size) {
+    if (*side.def == nullptr)
+        side.def->reset(new (std::nothrow) blit::SurfaceDef);
+    if (*side.def != nullptr)
+        memset(side.def->get(), 0, size);
+    return side.def->get();
+}
+
+int32_t LX2ColorConverter::Engine::getDummySurfaceDef(uint32_t format, uint32_t width,
+                                                      uint32_t height, bool isSource) {
+    const Side side = this->side(isSource);
+    destroySurface(side.surface);
+    const bool rgb = isRGBSurface(format);
+    if (!rgb && !isYUVSurface(format)) {
+        LX2_LOGE("%s: unsupported color format %s(%d)", "getDummySurfaceDef",
+                 PixFormat::Str(format), static_cast<int>(format));
+        return -1;
+    }
+    blit::SurfaceDef* def = clearedDef(side, rgb ? blit::kRgbDefSize : blit::kYuvDefSize);
+    if (def == nullptr) {
+        if (rgb)
+            LX2_LOGE("%s: surfaceRGBDef allocation failed", "getDummySurfaceDef");
+        else
+            LX2_LOGE("%s: surfaceYUVDef allocation falied", "getDummySurfaceDef");
+        return -1;
+    }
+    const uint32_t stride = calcStride(format, width, isSource);
+    def->code = getGBXColorFormat(format);
+    def->width = width;
+    def->height = height;
+    def->planes[0] = {kPlaceholder, kPlaceholder, stride, 0};
+    if (rgb)
+        return createSurface(side, blit::kCreateRgb);
+    def->planes[1] = {kPlaceholder, kPlaceholder, stride, 0};
+    def->planes[2] = {0, 0, stride, 0};
+    if (blit::IsPlanar(def->code)) {
+        const uint32_t chromaStride = calcStride(format, width / 2, isSource);
+        def->planes[1].stride = chromaStride;
+        // The CPU address of the third plane stays 0, unlike the GPU's.
+        def->planes[2] = {0, kPlaceholder, chromaStride, 0};
+    }
+    return createSurface(side, blit::kCreateYuv);
+}
+
+int32_t LX2ColorConverter::Engine::updateYUVSurfaceDef(uint64_t gpuAddress, uint8_t* cpuBase,
+                                                       uint32_t offset, bool isSource) {
+    const Side side = this->side(isSource);
+    blit::SurfaceDef* def = side.def->get();
+    if (def == nullptr)
+        return -1;
+    auto& planes = def->planes;
+    planes[0].cpu = Address(cpuBase, offset);
+    planes[0].gpu = gpuAddress + offset;
+    planes[1].cpu = planes[0].cpu + side.lumaSize;
+    planes[1].gpu = planes[0].gpu + side.lumaSize;
+    if (blit::IsPlanar(def->code)) {
+        const uint32_t chromaSize =
+            side.height * calcStride(side.format, side.width / 2, isSource) / 2;
+        planes[2].cpu = planes[1].cpu + chromaSize;
+        planes[2].gpu = planes[1].gpu + chromaSize;
+    }
+    return updateSurface(side, blit::kUpdateYuv);
+}
+
+int32_t LX2ColorConverter::Engine::updateRGBSurfaceDef(uint64_t gpuAddress, uint8_t* cpuBase,
+                                                       uint32_t offset, bool isSource) {
+    const Side side = this->side(isSource);
+    blit::SurfaceDef* def = side.def->get();
+    if (def == nullptr)
+        return -1;
+    def->planes[0].cpu = Address(cpuBase, offset);
+    // The mapping was made of the address with the offset: here it already is in.
+    def->planes[0].gpu = gpuAddress;
+    return updateSurface(side, blit::kUpdateRgb);
+}
+
+}  // namespace lx2

@@ -1,0 +1,86 @@
+// What an LX2FileDump does, by concept: naming and opening (DumpNaming.cpp), linear buffers
+// (LinearWriter.cpp), frames (GraphicWriter.cpp) and their conversion (ForceLinear.cpp).
+#pragma once
+
+#include <lx2/LX2BufferPool.h>
+#include <lx2/LX2ColorConverter.h>
+#include <lx2/LX2FileDump.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "DumpFile.h"
+
+namespace lx2 {
+
+class LX2FileDump::Impl {
+  public:
+    Impl(const std::string& mime, uint32_t id, bool generateName, const std::string& prefix,
+         const std::string& path, bool forceLinear);
+    ~Impl();
+
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
+    LX2Status write(const std::shared_ptr<LX2Buffer>& buffer);
+    LX2Status write(const std::shared_ptr<C2Buffer>& buffer);
+
+    static const char* extForMime(const std::string& mime);
+
+    // Names the next file; a caller's path stays.
+    void generateFileName();
+
+    // C2_OK; C2_REFUSED while a file is open, which stays; LX2_ERROR.
+    LX2Status openFile();
+    LX2Status closeFile();
+
+    const char* filePath() const { return mFilePath; }
+
+  private:
+    // Paths and the time stamp are cut to this, the terminating zero included.
+    static constexpr size_t kTextSize = 128;
+
+    __attribute__((format(printf, 2, 3))) void setPath(const char* format, ...);
+
+    LX2Status writeLinear(const LX2Buffer& buffer);
+    void dumpCodecConfig(const LX2Buffer& buffer);
+    void dumpStreamHeader();
+    LX2Status dumpLinear(const LX2Buffer::Linear* view);
+    bool isVp9() const;
+    bool isIvf() const;
+
+    LX2Status writeGraphic(LX2Buffer::Graphic* view);
+    bool continuesFile(const LX2Buffer::Graphic& view) const;
+    LX2Status startGraphicFile(const LX2Buffer::Graphic& view);
+    LX2Status dumpGraphicUnCompressed(LX2Buffer::Graphic* view);
+    LX2Status dumpGraphicCompressed(const LX2Buffer::Graphic* view);
+
+    // Makes pool, target and converter ready when the frames are to be converted.
+    // C2_OK, also when there is nothing to convert; C2_CANNOT_DO without a pool; C2_NO_MEMORY
+    // without a target. After a failure compressed frames are written as they are.
+    LX2Status initColorConversionIfNeeded();
+    bool createPool();
+    bool allocateTarget();
+
+    std::string mPrefix;
+    uint32_t mId;
+    bool mGenerateName;
+    bool mGraphic = false;
+    std::string mExtension;
+    std::string mMime;
+    char mTimeStamp[kTextSize] = {};
+    char mFilePath[kTextSize] = {};
+    uint32_t mFrameCount = 0;
+    uint32_t mWidth = 0;
+    uint32_t mHeight = 0;
+    uint32_t mSourceFormat = 0;
+    bool mForceLinear;
+    uint32_t mWrittenFormat = 0;
+    std::shared_ptr<LX2Buffer> mTarget;
+    std::unique_ptr<LX2GraphicBufferPool> mPool;
+    std::unique_ptr<LX2ColorConverter> mConverter;
+    DumpFile mFile;
+};
+
+}  // namespace lx2

@@ -1,0 +1,178 @@
+#include "ComponentParams.h"
+
+#include <C2ParamInternal.h>
+#include <util/C2InterfaceHelper.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iomanip>
+#include <stdexcept>
+#include <utility>
+
+namespace lx2::example {
+namespace {
+
+const char* NameOf(C2FieldDescriptor::type_t type) {
+    switch (type) {
+        case C2FieldDescriptor::INT32:
+            return "int32";
+        case C2FieldDescriptor::UINT32:
+            return "uint32";
+        case C2FieldDescriptor::STRING:
+            return "string";
+        case C2FieldDescriptor::BLOB:
+            return "blob";
+        default:
+            return "other";
+    }
+}
+
+template <typename T>
+T Load(const uint8_t* place) {
+    T value;
+    memcpy(&value, place, sizeof(value));
+    return value;
+}
+
+}  // namespace
+
+ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
+    auto reflector = std::make_shared<C2ReflectorHelper>();
+    reflector->addStructDescriptors<PictureSizeStruct, Priority, OutputDelay, OperatingRate, Window,
+                                    Label, Comment, InitData, QpRange>();
+    mReflector = std::move(reflector);
+    describe<Priority>("priority");
+    describe<OutputDelay>("output-delay");
+    describe<OperatingRate>("operating-rate");
+    describe<Window>("window");
+    describe<Label>("label");
+    describe<Comment>("comment");
+    describe<InitData>("init-data");
+    describe<QpRange>("qp-range");
+    mUpdater.addParamDesc(mReflector, mDescriptors);
+    for (const auto& desc : mDescriptors)
+        addFields(desc->index(), mUpdater.getParamName(desc->index()), sizeof(C2Param),
+                  *mReflector->describe(desc->index().coreIndex()));
+
+    // Every parameter but the operating rate, which a component describes and need not have.
+    add(std::make_unique<Priority>(0u, 0));
+    add(std::make_unique<OutputDelay>(0u, 2u));
+    add(std::make_unique<Window>(0u, WindowStruct{0, 0, {1920, 1080}}));
+    add(std::make_unique<Label>(0u, LabelStruct{"decoder"}));
+    add(Comment::AllocUnique(1));
+    auto initData = InitData::AllocUnique(4);
+    std::copy_n("\x00\x00\x00\x01", 4, initData->m.value);
+    add(std::move(initData));
+    add(std::make_unique<QpRange>(0u, QpRangeStruct{0, 51}));
+}
+
+template <typename P>
+void ComponentParams::describe(const char* name) {
+    mDescriptors.push_back(std::make_shared<C2ParamDescriptor>(false, name, P::PARAM_TYPE));
+}
+
+template <typename P>
+void ComponentParams::add(std::unique_ptr<P> param) {
+    mValues.push_back(std::move(param));
+}
+
+void ComponentParams::addFields(C2Param::Index param, const std::string& path, size_t offset,
+                                const C2StructDescriptor& structure) {
+    for (const C2FieldDescriptor& field : structure) {
+        const std::string name = path + "." + field.name();
+        const size_t place = offset + _C2ParamInspector::GetOffset(field);
+        if ((field.type() & C2FieldDescriptor::STRUCT_FLAG) != 0)
+            addFields(param, name, place, *mReflector->describe(field.type() & C2Param::CORE_MASK));
+        else
+            mFields.push_back({name, param, field.type(), field.extent(), place});
+    }
+}
+
+C2Param* ComponentParams::find(C2Param::Index index) const {
+    for (const auto& value : mValues)
+        if (uint32_t{value->index()} == uint32_t{index})
+            return value.get();
+    return nullptr;
+}
+
+const ComponentParams::Field* ComponentParams::findField(const std::string& name) const {
+    const auto field = std::find_if(mFields.begin(), mFields.end(),
+                                    [&name](const Field& each) { return each.name == name; });
+    return field == mFields.end() ? nullptr : &*field;
+}
+
+std::string ComponentParams::valueOf(const Field& field) const {
+    const C2Param* param = find(field.param);
+    if (param == nullptr)
+        return "absent";
+    if (param->size() < field.offset)
+        return "none";
+    const uint8_t* place = reinterpret_cast<const uint8_t*>(param) + field.offset;
+    const size_t room = field.extent != 0 ? field.extent : param->size() - field.offset;
+    switch (field.type) {
+        case C2FieldDescriptor::INT32:
+            return std::to_string(Load<int32_t>(place));
+        case C2FieldDescriptor::UINT32:
+            return std::to_string(Load<uint32_t>(place));
+        case C2FieldDescriptor::STRING: {
+            const char* text = reinterpret_cast<const char*>(place);
+            return '"' + std::string(text, strnlen(text, room)) + '"';
+        }
+        default:
+            return std::to_string(room) + " bytes";
+    }
+}
+
+size_t ComponentParams::apply(const std::vector<std::string>& settings) {
+    size_t applied = 0;
+    for (const std::string& setting : settings) {
+        const size_t equals = setting.find('=');
+        if (equals == std::string::npos)
+            mOut << setting << ": not of the form name=value\n";
+        else if (applyOne(setting.substr(0, equals), setting.substr(equals + 1)))
+            ++applied;
+    }
+    return applied;
+}
+
+// One key a message: a value that is no number throws out of the updater and would leave the keys
+// after it undone.
+bool ComponentParams::applyOne(const std::string& name, const std::string& value) {
+    const Field* field = findField(name);
+    if (field == nullptr) {
+        mOut << name << ": no parameter has this name\n";
+        return false;
+    }
+    if (find(field->param) == nullptr) {
+        mOut << name << ": this component does not have the parameter\n";
+        return false;
+    }
+    if (field->type == C2FieldDescriptor::BLOB) {
+        mOut << name << ": a " << NameOf(field->type) << " can't be set from text\n";
+        return false;
+    }
+    const std::string before = valueOf(*field);
+    try {
+        mUpdater.updateParamsFromMessage({{name, value}}, &mValues);
+    } catch (const std::invalid_argument&) {
+        mOut << name << ": \"" << value << "\" is no number\n";
+        return false;
+    } catch (const std::out_of_range&) {
+        mOut << name << ": " << value << " is out of range\n";
+        return false;
+    }
+    const std::string after = valueOf(*field);
+    if (after == before)
+        mOut << name << ": still " << after << "\n";
+    else
+        mOut << name << ": " << before << " -> " << after << "\n";
+    return true;
+}
+
+void ComponentParams::list() const {
+    for (const Field& field : mFields)
+        mOut << std::left << std::setw(26) << field.name << std::setw(8) << NameOf(field.type)
+             << valueOf(field) << "\n";
+}
+
+}  // namespace lx2::example

@@ -1,0 +1,113 @@
+#include "FieldWriter.h"
+
+#include <C2ParamInternal.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+namespace lx2 {
+namespace {
+
+// What every parameter begins with.
+struct ParamHeader {
+    uint32_t size;  // of the whole parameter, bytes
+    uint32_t index;
+};
+static_assert(sizeof(ParamHeader) == 8 && sizeof(C2Param) == sizeof(ParamHeader));
+
+constexpr uint64_t kHeaderSize = sizeof(ParamHeader);
+constexpr uint64_t kMaxParamSize = 0x7FFFFFFF;
+
+uint8_t* BytesOf(C2Param* param) {
+    return reinterpret_cast<uint8_t*>(param);
+}
+
+// A parameter of size bytes whose body is zero; null when there is no memory.
+std::unique_ptr<C2Param> AllocateParam(uint64_t size, uint32_t index) {
+    void* memory = ::operator new(size, std::nothrow);
+    if (memory == nullptr)
+        return nullptr;
+    memset(memory, 0, size);
+    const ParamHeader header{static_cast<uint32_t>(size), index};
+    memcpy(memory, &header, sizeof(header));
+    return std::unique_ptr<C2Param>(static_cast<C2Param*>(memory));
+}
+
+// Puts a longer parameter into the slot; tells whether it could. Of the body only what lies before
+// keep is taken over: the field that grows is the last one.
+bool Grow(std::unique_ptr<C2Param>* slot, uint64_t keep, uint64_t size) {
+    C2Param* old = slot->get();
+    std::unique_ptr<C2Param> grown = AllocateParam(size, old->index());
+    if (grown == nullptr)
+        return false;
+    const uint64_t end = std::min<uint64_t>(keep, old->size());
+    if (end > kHeaderSize)
+        memcpy(BytesOf(grown.get()) + kHeaderSize, BytesOf(old) + kHeaderSize, end - kHeaderSize);
+    *slot = std::move(grown);
+    return true;
+}
+
+void ShrinkInPlace(C2Param* param, uint64_t size) {
+    const uint32_t shorter = static_cast<uint32_t>(size);
+    memcpy(BytesOf(param) + offsetof(ParamHeader, size), &shorter, sizeof(shorter));
+}
+
+// Whether a whole-parameter value begins with a header that claims no more than there is. Any other
+// would leave a parameter behind that is longer in its header than in memory.
+bool CarriesHeader(const void* value, uint64_t size) {
+    ParamHeader header;
+    if (size < sizeof(header))
+        return false;
+    memcpy(&header, value, sizeof(header));
+    return header.size >= sizeof(header) && header.size <= size;
+}
+
+void WriteFixed(C2Param* param, const C2FieldDescriptor& field, uint64_t offset, const void* value,
+                uint64_t size) {
+    const bool padded = field.type() == C2FieldDescriptor::BLOB && size < field.extent();
+    if (offset + (padded ? field.extent() : size) > param->size())
+        return;  // the parameter is shorter than its descriptor says
+    uint8_t* place = BytesOf(param) + offset;
+    if (padded)
+        memset(place + size, 0, field.extent() - size);
+    memcpy(place, value, size);
+}
+
+void WriteToEnd(std::unique_ptr<C2Param>* slot, uint64_t offset, const void* value, uint64_t size) {
+    const uint64_t needed = offset + size;
+    C2Param* param = slot->get();
+    if (needed > param->size()) {
+        if (offset > kMaxParamSize || kMaxParamSize - offset < size || !Grow(slot, offset, needed))
+            return;
+    } else if (needed < param->size() && *param && needed >= kHeaderSize) {
+        ShrinkInPlace(param, needed);
+    }
+    memcpy(BytesOf(slot->get()) + offset, value, size);
+}
+
+}  // namespace
+
+void WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor* field, size_t baseOffset,
+                const void* value, size_t size) {
+    if (field == nullptr) {
+        if (CarriesHeader(value, size))
+            WriteToEnd(slot, 0, value, size);
+        return;
+    }
+    // A parameter's size is a 32-bit number: nothing lies beyond it, and the sums can't wrap.
+    constexpr uint64_t kBeyond = std::numeric_limits<uint32_t>::max();
+    if (baseOffset > kBeyond || size > kBeyond)
+        return;
+    const uint64_t offset =
+        uint64_t{baseOffset} + _C2ParamInspector::GetOffset(*field) + kHeaderSize;
+    if (field->extent() != 0)
+        WriteFixed(slot->get(), *field, offset, value, size);
+    else
+        WriteToEnd(slot, offset, value, size);
+}
+
+}  // namespace lx2
