@@ -1,0 +1,93 @@
+#include "RecordingBlit.h"
+
+#include <BlitInterface.h>
+#include <lx2/Export.h>
+
+using lx2::test::RecordingBlit;
+
+namespace {
+
+RecordingBlit& Recording() {
+    static RecordingBlit recording;
+    return recording;
+}
+
+int32_t Note(const char* name, std::vector<uint64_t> arguments, const void* record = nullptr,
+             size_t size = 0) {
+    const auto* bytes = static_cast<const uint8_t*>(record);
+    Recording().calls.push_back({name, std::move(arguments), {bytes, bytes + size}});
+    auto& statuses = Recording().statuses[name];
+    if (statuses.empty())
+        return 0;
+    const int32_t status = statuses.front();
+    statuses.pop_front();
+    return status;
+}
+
+size_t DefSize(uint32_t type) {
+    return type == lx2::blit::kCreateRgb || type == lx2::blit::kUpdateRgb ? lx2::blit::kRgbDefSize
+                                                                          : lx2::blit::kYuvDefSize;
+}
+
+}  // namespace
+
+extern "C" {
+
+LX2_API RecordingBlit* lx2RecordingBlit() {
+    return &Recording();
+}
+
+LX2_API int32_t gbxCreateSurface(uint32_t* surface, uint32_t bits, uint32_t type,
+                                 const void* definition) {
+    const int32_t status = Note("CreateSurface", {bits, type}, definition, DefSize(type));
+    if (status == 0)
+        *surface = Recording().nextSurface++;
+    return status;
+}
+
+LX2_API int32_t gbxUpdateSurface(uint32_t surface, uint32_t bits, uint32_t type,
+                                 const void* definition) {
+    return Note("UpdateSurface", {surface, bits, type}, definition, DefSize(type));
+}
+
+LX2_API int32_t gbxDraw(uint32_t target, uintptr_t a, uintptr_t b, uintptr_t c, uintptr_t d,
+                        const void* objects, uint32_t count) {
+    return Note("Draw", {target, a, b, c, d, count}, objects, sizeof(lx2::blit::BlitObject));
+}
+
+LX2_API int32_t gbxDestroySurface(uint32_t surface) {
+    return Note("DestroySurface", {surface});
+}
+
+LX2_API int32_t gbxMapAddr(int fd, void* cpu, size_t length, uintptr_t zero, uint32_t flags,
+                           uint64_t* gpu) {
+    const int32_t status = Note("MapAddr", {static_cast<uint64_t>(fd),
+                                            reinterpret_cast<uintptr_t>(cpu), length, zero, flags});
+    if (status == 0)
+        *gpu = Recording().nextAddress += 0x1000000;
+    return status;
+}
+
+LX2_API int32_t gbxUnMapAddr(uint64_t gpu) {
+    return Note("UnMapAddr", {gpu});
+}
+
+LX2_API int32_t gbxReadSurface() {
+    return Note("ReadSurface", {});
+}
+
+LX2_API int32_t gbxFlush() {
+    return Note("Flush", {});
+}
+
+LX2_API int32_t gbxWaitTimestamp() {
+    return Note("WaitTimestamp", {});
+}
+
+#ifndef LX2_WITHOUT_FINISH
+LX2_API int32_t gbxFinish(uint32_t target) {
+    return Note("Finish", {target});
+}
+#endif
+
+}  // extern "C"

@@ -1,0 +1,33 @@
+// A blit library for tests, put in front of the real one: it draws nothing, notes each call with
+// the bytes of the record that came with it, and fails when told to.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace lx2::test {
+
+struct BlitCall {
+    std::string name;                 // without its prefix
+    std::vector<uint64_t> arguments;  // numbers, in order; not the records
+    std::vector<uint8_t> record;
+};
+
+struct RecordingBlit {
+    std::vector<BlitCall> calls;
+    // What the next calls of a name return, in order; 0 once used up.
+    std::map<std::string, std::deque<int32_t>> statuses;
+    uint32_t nextSurface = 1;
+    uint64_t nextAddress = 0x1000000;
+
+    void reset() { *this = RecordingBlit(); }
+};
+
+// Exported by the library under this name.
+constexpr const char* kRecordingSymbol = "lx2RecordingBlit";
+using RecordingBlitFunction = RecordingBlit* (*)();
+
+}  // namespace lx2::test

@@ -1,0 +1,35 @@
+// A directory of a test, and what lies in it.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace lx2::test {
+
+class TempDir {
+  public:
+    TempDir() {
+        std::string name = ::testing::TempDir() + "lx2-XXXXXX";
+        mPath = mkdtemp(name.data());
+    }
+    ~TempDir() { std::filesystem::remove_all(mPath); }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    std::string operator/(const std::string& name) const { return mPath + "/" + name; }
+
+  private:
+    std::string mPath;
+};
+
+inline std::vector<uint8_t> ReadAll(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace lx2::test
