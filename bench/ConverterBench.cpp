@@ -1,0 +1,130 @@
+// The software conversion beside a copy of the same bytes and a peer, and the whole front end
+// beside its parts.
+#include <C2BlockInternal.h>
+#include <benchmark/benchmark.h>
+#include <lx2/LX2Buffer.h>
+#include <lx2/LX2ColorConverter.h>
+#include <lx2/PixFormat.h>
+#include <lx2host/Gralloc.h>
+
+#include <cstring>
+#include <vector>
+
+#include "SoftwareConvert.h"
+
+#ifdef LX2_HAVE_LIBYUV
+#include <libyuv.h>
+#endif
+
+namespace {
+
+using namespace lx2;
+
+// A planar frame and room for the video core's NV12.
+struct Frame {
+    explicit Frame(const benchmark::State& state)
+        : width(static_cast<uint32_t>(state.range(0))),
+          height(static_cast<uint32_t>(state.range(1))),
+          stride((width + 511) / 512 * 512),
+          rows((height + 511) / 512 * 512),
+          src(bytes(), 1),
+          dst(size_t{stride} * rows * 3 / 2, 2) {}
+
+    size_t bytes() const { return size_t{width} * height * 3 / 2; }
+
+    uint32_t width, height, stride, rows;
+    std::vector<uint8_t> src, dst;
+};
+
+void Finish(benchmark::State& state, const Frame& frame) {
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * frame.bytes()));
+}
+
+void Memcpy(benchmark::State& state) {
+    Frame frame(state);
+    for (auto _ : state) {
+        memcpy(frame.dst.data(), frame.src.data(), frame.bytes());
+        benchmark::ClobberMemory();
+    }
+    Finish(state, frame);
+}
+
+void Software(benchmark::State& state) {
+    Frame frame(state);
+    for (auto _ : state) {
+        color::ConvertYv12ToMirelNv12(frame.src.data(), static_cast<uint32_t>(frame.src.size()),
+                                      frame.dst.data(), static_cast<uint32_t>(frame.dst.size()),
+                                      frame.width, frame.height);
+        benchmark::ClobberMemory();
+    }
+    Finish(state, frame);
+}
+
+#ifdef LX2_HAVE_LIBYUV
+void LibyuvI420ToNV12(benchmark::State& state) {
+    Frame frame(state);
+    const int width = static_cast<int>(frame.width), height = static_cast<int>(frame.height);
+    const int stride = static_cast<int>(frame.stride);
+    const uint8_t* cr = frame.src.data() + size_t{frame.width} * frame.height;
+    const uint8_t* cb = cr + size_t{frame.width} * frame.height / 4;
+    for (auto _ : state) {
+        libyuv::I420ToNV12(frame.src.data(), width, cb, width / 2, cr, width / 2, frame.dst.data(),
+                           stride, frame.dst.data() + size_t{frame.stride} * frame.rows, stride,
+                           width, height);
+        benchmark::ClobberMemory();
+    }
+    Finish(state, frame);
+}
+#endif
+
+std::shared_ptr<LX2Buffer> Buffer(const benchmark::State& state, uint32_t format) {
+    return std::make_shared<LX2Buffer>(_C2BlockFactory::CreateGraphicBlock(host::AllocateGraphic(
+        static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1)), format, 0)));
+}
+
+// All of a conversion but the copying: two mappings of the buffers, every page of which the
+// conversion touches for the first time.
+void MapAndTouch(benchmark::State& state) {
+    const Frame frame(state);
+    const auto src = Buffer(state, PixFormat::YV12);
+    const auto dst = Buffer(state, PixFormat::MIREL_NV12);
+    for (auto _ : state) {
+        const auto from = src->graphic()->map();
+        const auto to = dst->graphic()->map();
+        for (size_t at = 0; at < frame.bytes(); at += 4096) {
+            benchmark::DoNotOptimize(from->data()[at]);
+            to->data()[at] = 1;
+        }
+    }
+    Finish(state, frame);
+}
+
+void FrontEnd(benchmark::State& state, uint32_t from, uint32_t to) {
+    const Frame frame(state);
+    const auto src = Buffer(state, from);
+    const auto dst = Buffer(state, to);
+    LX2ColorConverter converter;
+    for (auto _ : state) {
+        if (converter.convert(src->graphic(), dst->graphic()) != 0)
+            state.SkipWithError("conversion failed");
+    }
+    Finish(state, frame);
+}
+
+void Sizes(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Args({1280, 720})->Args({1920, 1080})->Args({3840, 2160});
+    benchmark->Unit(benchmark::kMicrosecond);
+}
+
+BENCHMARK(Memcpy)->Apply(Sizes);
+BENCHMARK(Software)->Apply(Sizes);
+#ifdef LX2_HAVE_LIBYUV
+BENCHMARK(LibyuvI420ToNV12)->Apply(Sizes);
+#endif
+BENCHMARK(MapAndTouch)->Apply(Sizes);
+BENCHMARK_CAPTURE(FrontEnd, software, PixFormat::YV12, PixFormat::MIREL_NV12)->Apply(Sizes);
+BENCHMARK_CAPTURE(FrontEnd, blitter, PixFormat::MIREL_NV12_CMPX, PixFormat::YV12)
+    ->Args({1280, 720})
+    ->Unit(benchmark::kMicrosecond);
+
+}  // namespace

@@ -1,0 +1,28 @@
+// Reads IVF files, in which VP8 and VP9 streams are kept.
+#pragma once
+
+#include <lx2/IVFHeaders.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace lx2::example {
+
+struct IvfFrame {
+    size_t offset;  // of the frame's bytes in the file
+    uint32_t size;
+    uint64_t timestamp;  // in the header's units
+};
+
+struct IvfFile {
+    std::vector<uint8_t> bytes;
+    IVFStreamHeader header;
+    std::vector<IvfFrame> frames;
+};
+
+// Returns what is wrong with the file in a few words (missing, empty, not IVF, cut short), or an
+// empty string.
+std::string ReadIvf(const std::string& path, IvfFile* file);
+
+}  // namespace lx2::example

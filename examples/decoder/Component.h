@@ -1,0 +1,83 @@
+// The decoder component: access units in, C2Buffers out.
+#pragma once
+
+#include <lx2/LX2Buffer.h>
+#include <lx2/LX2BufferPool.h>
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "../common/Framework.h"
+#include "../common/VideoColor.h"
+#include "FrameOutput.h"
+#include "InputStream.h"
+#include "Settings.h"
+#include "VideoHardware.h"
+
+namespace lx2::example {
+
+struct Statistics {
+    uint64_t units = 0;
+    uint64_t headerBytes = 0;  // codec-specific data split off
+    uint64_t inputBytes = 0;
+    uint64_t frames = 0;
+    uint64_t holds = 0;
+    uint64_t parked = 0;                      // offered by the surface while still held
+    uint64_t recycled = 0;                    // handed out again after their hold was dropped
+    uint64_t starved = 0;                     // attempts that found no buffer
+    uint64_t deleted = 0;                     // buffers that the pool told were gone
+    std::map<std::string, uint64_t> formats;  // frames by "WxH FORMAT"
+    std::string color;                        // of the last frame
+    std::vector<std::string> errors;          // in the order they came, one line each
+};
+
+class Component {
+  public:
+    // surface: where the graphic blocks come from. framework and output outlive the component.
+    Component(const InputStream& input, const Settings& settings,
+              std::shared_ptr<C2BlockPool> surface, Framework* framework, FrameOutput* output);
+    ~Component();
+
+    // Decodes one access unit and hands over the frames that it finishes.
+    void decode(const InputUnit& unit);
+
+    // Hands over what the hardware still has and lets all references go.
+    void finish();
+
+    const Statistics& statistics() const { return mStatistics; }
+
+  private:
+    class DeletionCounter;
+
+    std::shared_ptr<LX2Buffer> prepareInput(const InputUnit& unit);
+    void attachHeaders(const std::shared_ptr<LX2Buffer>& buffer, const uint8_t* data,
+                       uint32_t size);
+    std::string submit(const LX2Buffer& buffer, const InputUnit& unit);
+    void drain();
+    void deliver(const DecodedFrame& frame);
+    std::shared_ptr<LX2Buffer> allocate(const DecodedFrame& frame);
+    bool fill(const std::shared_ptr<LX2Buffer>& buffer, const DecodedFrame& frame);
+    Promise annotate(const std::shared_ptr<LX2Buffer>& buffer, const DecodedFrame& frame);
+    void hold(const std::shared_ptr<LX2Buffer>& buffer);
+    void dropOldestReference();
+    void fail(const std::string& what);
+    void note(const char* what, const std::shared_ptr<LX2Buffer>& buffer);
+
+    const InputStream& mInput;
+    const Settings& mSettings;
+    Framework* mFramework;
+    FrameOutput* mOutput;
+    DefaultColor mDefaults;
+    VideoHardware mHardware;
+    std::unique_ptr<LX2LinearBufferPool> mInputPool;
+    std::unique_ptr<LX2GraphicBufferPool> mOutputPool;
+    std::shared_ptr<DeletionCounter> mDeletions;
+    std::deque<uint64_t> mReferences;  // held, oldest first
+    Statistics mStatistics;
+};
+
+}  // namespace lx2::example

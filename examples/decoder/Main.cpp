@@ -1,0 +1,137 @@
+// A whole decoder component on a workstation: decodes a file as a device's component would, hands
+// the frames to a small framework that checks them, and says at its end what it did and what is
+// left open.
+#include <lx2host/Gralloc.h>
+#include <lx2host/GraphicPools.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+
+#include "../common/ComponentParams.h"
+#include "../common/OpenResources.h"
+#include "Component.h"
+
+namespace lx2::example {
+
+namespace {
+
+constexpr int kExitDamaged = 1;
+constexpr int kExitUsage = 2;
+
+std::string DefaultInput() {
+    return std::string(LX2_SAMPLES_DIR) + "/avc.264";
+}
+
+void ShowProgress(const Statistics& statistics, size_t units) {
+    if (isatty(STDOUT_FILENO) == 0)
+        return;
+    printf("\r%llu of %zu access units, %llu frames",
+           static_cast<unsigned long long>(statistics.units), units,
+           static_cast<unsigned long long>(statistics.frames));
+    if (statistics.units == units)
+        printf("\n");
+    fflush(stdout);
+}
+
+void PrintCount(const char* what, uint64_t count) {
+    printf("  %-22s %llu\n", what, static_cast<unsigned long long>(count));
+}
+
+void PrintSummary(const InputStream& input, const Statistics& statistics,
+                  const FrameOutput& output) {
+    printf("%s, %zu access units, %llu bytes\n", input.mime().c_str(), input.units().size(),
+           static_cast<unsigned long long>(statistics.inputBytes));
+    PrintCount("codec headers, bytes", statistics.headerBytes);
+    PrintCount("frames", statistics.frames);
+    for (const auto& [format, count] : statistics.formats)
+        PrintCount(("  " + format).c_str(), count);
+    printf("  %-22s %s\n", "color", statistics.color.c_str());
+    for (const auto& [formats, count] : output.conversionsByFormat())
+        PrintCount(("  " + formats).c_str(), count);
+    PrintCount("conversions", output.conversions());
+    PrintCount("references held", statistics.holds);
+    PrintCount("buffers parked", statistics.parked);
+    PrintCount("buffers recycled", statistics.recycled);
+    PrintCount("waits for a buffer", statistics.starved);
+    PrintCount("deletions reported", statistics.deleted);
+}
+
+// Everything that lives while the stream is decoded, so that all of it is gone when this returns.
+bool DecodeStream(const InputStream& input, const Settings& settings) {
+    auto surface = std::make_shared<host::SlotGraphicPool>(settings.slots);
+    Framework framework(settings.frameworkDepth);
+    // A surface has its buffer back as soon as it was shown, whoever else still looks at it.
+    framework.onRelease([&surface](const C2Buffer& buffer) {
+        const auto blocks = buffer.data().graphicBlocks();
+        surface->offerAgain(host::BufferId(blocks.front().handle()));
+    });
+    FrameOutput output(settings.out, input.mime(), input.extension());
+    Component component(input, settings, surface, &framework, &output);
+    for (const InputUnit& unit : input.units()) {
+        component.decode(unit);
+        ShowProgress(component.statistics(), input.units().size());
+    }
+    component.finish();
+    if (!input.damage().empty())
+        printf("error: %s\n", input.damage().c_str());
+    for (const std::string& error : component.statistics().errors)
+        printf("error: %s\n", error.c_str());
+    for (const std::string& complaint : framework.complaints())
+        printf("framework: %s\n", complaint.c_str());
+    PrintSummary(input, component.statistics(), output);
+    return input.damage().empty() && component.statistics().errors.empty() &&
+           framework.complaints().empty();
+}
+
+int Run(const Settings& settings) {
+    ComponentParams parameters;
+    parameters.apply(settings.parameters);
+    if (settings.listParameters) {
+        parameters.list();
+        return 0;
+    }
+    std::string error;
+    const auto input =
+        InputStream::Open(settings.input.empty() ? DefaultInput() : settings.input, &error);
+    if (input == nullptr) {
+        fprintf(stderr, "lx2_decoder: %s\n", error.c_str());
+        return kExitDamaged;
+    }
+    if (!settings.out.empty()) {
+        std::error_code failure;
+        std::filesystem::create_directories(settings.out, failure);
+        if (failure) {
+            fprintf(stderr, "lx2_decoder: %s: %s\n", settings.out.c_str(),
+                    failure.message().c_str());
+            return kExitDamaged;
+        }
+    }
+    const OpenResources before;
+    const bool clean = DecodeStream(*input, settings);
+    const auto left = before.leftOpen();
+    for (const std::string& line : left)
+        printf("left open: %s\n", line.c_str());
+    if (left.empty())
+        printf("nothing is left open\n");
+    return clean && left.empty() ? 0 : kExitDamaged;
+}
+
+}  // namespace
+
+}  // namespace lx2::example
+
+int main(int argc, char** argv) {
+    lx2::example::Settings settings;
+    std::string error;
+    if (!lx2::example::ParseArguments(argc, argv, &settings, &error)) {
+        fprintf(stderr, "lx2_decoder: %s\n%s", error.c_str(), lx2::example::kUsage);
+        return lx2::example::kExitUsage;
+    }
+    if (settings.help) {
+        printf("%s", lx2::example::kUsage);
+        return 0;
+    }
+    return lx2::example::Run(settings);
+}

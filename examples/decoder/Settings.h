@@ -1,0 +1,29 @@
+// What a user asks of the example.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace lx2::example {
+
+struct Settings {
+    std::string input;                    // the sample when empty
+    std::string out;                      // directory of dumps and log; none when empty
+    std::vector<std::string> parameters;  // name=value
+    bool listParameters = false;
+    bool verbose = false;  // describe every buffer
+    bool help = false;
+
+    // The component's own, which a user has no reason to change.
+    size_t slots = 10;          // of the surface
+    size_t references = 4;      // frames that the decoder holds
+    size_t frameworkDepth = 3;  // buffers that the framework keeps
+};
+
+// False, with *error in one line, for arguments that it doesn't know.
+bool ParseArguments(int argc, char** argv, Settings* settings, std::string* error);
+
+extern const char* const kUsage;
+
+}  // namespace lx2::example

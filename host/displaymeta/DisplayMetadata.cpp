@@ -1,0 +1,120 @@
+#include <DisplayMetadata.h>
+#include <PrivateHandle.h>
+#include <lx2host/DisplayMetadata.h>
+#include <lx2host/Gralloc.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+
+namespace lx2::host {
+
+namespace {
+
+// Where each kind lies in the buffer's metadata memory, which starts out zeroed.
+struct Slot {
+    DisplayMetadataType type;
+    size_t offset;  // of the word that tells whether it was set; the record follows
+    size_t size;    // of the record, bytes
+};
+
+constexpr Slot kSlots[] = {
+    {DisplayMetadataType::AvTimestamp, 0, sizeof(uint64_t)},
+    {DisplayMetadataType::Interlace, 64, sizeof(uint32_t)},
+    {DisplayMetadataType::RefreshRate, 128, sizeof(uint32_t)},
+    {DisplayMetadataType::Statistics, 192, offsetof(StatisticsRecord, reserved1)},
+    {DisplayMetadataType::Kva, 1024, sizeof(KvaRecord)},
+    {DisplayMetadataType::Color, 4096, sizeof(lxd::ColorMetaData)},
+};
+
+constexpr bool SlotsAreApart() {
+    size_t end = 0;
+    for (const Slot& slot : kSlots) {
+        if (slot.offset < end)
+            return false;
+        end = slot.offset + sizeof(uint32_t) + slot.size;
+    }
+    return end <= kMetadataSize;
+}
+static_assert(SlotsAreApart());
+
+const Slot* SlotOf(int type) {
+    for (const Slot& slot : kSlots) {
+        if (static_cast<int>(slot.type) == type)
+            return &slot;
+    }
+    return nullptr;
+}
+
+const PrivateHandle* RecordOf(const void* handle) {
+    const auto* header = static_cast<const native_handle_t*>(handle);
+    if (header == nullptr || header->version != static_cast<int>(sizeof(native_handle_t)) ||
+        header->numFds != PrivateHandle::kNumFds || header->numInts != PrivateHandle::kNumInts)
+        return nullptr;
+    const auto* record = static_cast<const PrivateHandle*>(handle);
+    return record->reserved0 == kAllocatorMagic ? record : nullptr;
+}
+
+// A buffer's metadata memory while it is mapped.
+class Mapped {
+  public:
+    explicit Mapped(int fd) {
+        struct stat status;
+        if (fstat(fd, &status) != 0 || status.st_size < static_cast<off_t>(kMetadataSize))
+            return;
+        void* memory = mmap(nullptr, kMetadataSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+        mMemory = memory == MAP_FAILED ? nullptr : static_cast<uint8_t*>(memory);
+    }
+    ~Mapped() {
+        if (mMemory != nullptr)
+            munmap(mMemory, kMetadataSize);
+    }
+    Mapped(const Mapped&) = delete;
+    Mapped& operator=(const Mapped&) = delete;
+
+    uint8_t* memory() const { return mMemory; }
+
+  private:
+    uint8_t* mMemory = nullptr;
+};
+
+int Get(uint8_t* memory, const Slot& slot, void* data) {
+    uint32_t set;
+    memcpy(&set, memory + slot.offset, sizeof(set));
+    if (set == 0)
+        return -ENODATA;
+    memcpy(data, memory + slot.offset + sizeof(set), slot.size);
+    return 0;
+}
+
+int Set(uint8_t* memory, const Slot& slot, void* data) {
+    const uint32_t set = 1;
+    memcpy(memory + slot.offset + sizeof(set), data, slot.size);
+    memcpy(memory + slot.offset, &set, sizeof(set));
+    return 0;
+}
+
+int WithRecord(void* handle, int type, void* data, int (*action)(uint8_t*, const Slot&, void*)) {
+    const PrivateHandle* record = RecordOf(handle);
+    const Slot* slot = SlotOf(type);
+    if (record == nullptr || slot == nullptr || data == nullptr)
+        return -EINVAL;
+    static std::mutex lock;
+    std::lock_guard<std::mutex> guard(lock);
+    const Mapped mapped(record->metadataFd);
+    return mapped.memory() != nullptr ? action(mapped.memory(), *slot, data) : -EIO;
+}
+
+}  // namespace
+
+}  // namespace lx2::host
+
+int getMetaDataAndUnmap(void* handle, int type, void* data) {
+    return lx2::host::WithRecord(handle, type, data, lx2::host::Get);
+}
+
+int setMetaDataAndUnmap(void* handle, int type, void* data) {
+    return lx2::host::WithRecord(handle, type, data, lx2::host::Set);
+}

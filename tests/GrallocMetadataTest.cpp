@@ -1,0 +1,331 @@
+#include <lx2/LX2GrallocBuffer.h>
+#include <lx2/PixFormat.h>
+#include <lx2host/Gralloc.h>
+#include <lx2host/Mapper.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <numeric>
+
+#include "FakeDisplayMetadata.h"
+#include "Fixture.h"
+
+namespace lx2::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Bytes = std::vector<uint8_t>;
+using Params = std::vector<std::unique_ptr<C2Param>>;
+
+constexpr const char* kTag = "LX2GrallocBuffer";
+constexpr uint32_t kTrace = 0x01000002;
+constexpr int kAvTimestamp = 1, kColor = 2, kInterlace = 4, kStatistics = 64, kRefreshRate = 256,
+              kKva = 0x10000;
+
+template <typename Value>
+Bytes BytesOf(const Value& value) {
+    Bytes bytes(sizeof(value));
+    memcpy(bytes.data(), &value, sizeof(value));
+    return bytes;
+}
+
+Bytes BytesOf(const C2Param& param) {
+    const auto* begin = reinterpret_cast<const uint8_t*>(&param);
+    return Bytes(begin, begin + param.size());
+}
+
+// Little-endian words of a parameter from its start.
+std::vector<uint32_t> Words(const C2Param& param) {
+    std::vector<uint32_t> words(param.size() / 4);
+    memcpy(words.data(), &param, words.size() * 4);
+    return words;
+}
+
+std::vector<uint32_t> Indices(const Params& params) {
+    std::vector<uint32_t> indices;
+    for (const auto& param : params)
+        indices.push_back(param->index());
+    return indices;
+}
+
+// As long as it says and no longer, so that reading past it is noticed.
+std::shared_ptr<C2Info> InfoOf(uint32_t index, const Bytes& payload) {
+    const auto size = static_cast<uint32_t>(8 + payload.size());
+    std::vector<uint32_t> words((size + 3) / 4);
+    words[0] = size;
+    words[1] = index;
+    std::copy(payload.begin(), payload.end(), reinterpret_cast<uint8_t*>(words.data()) + 8);
+    std::shared_ptr<C2Param> copy = C2Param::Copy(*C2Param::From(words.data(), size));
+    return std::static_pointer_cast<C2Info>(copy);
+}
+
+lxd::ColorMetaData Bt2020() {
+    lxd::ColorMetaData record{};
+    record.colorPrimaries = lxd::ColorPrimaries_BT2020;
+    record.range = lxd::Range_Full;
+    record.transfer = lxd::Transfer_SMPTE_ST2084;
+    record.matrixCoefficients = lxd::MatrixCoEff_BT2020;
+    return record;
+}
+
+Bytes KvaRecordOf(uint32_t payloadSize) {
+    Bytes record(1072);
+    std::iota(record.begin() + 4, record.end(), uint8_t{1});
+    const uint32_t words[] = {30, 15, 7};
+    memcpy(record.data(), &payloadSize, 4);
+    memcpy(record.data() + 1028, words, sizeof(words));
+    return record;
+}
+
+// The display-metadata library answers from a table, and what is written to it is noted.
+class GrallocMetadataTest : public Fixture {
+  protected:
+    GrallocMetadataTest() {
+        DisplayMetadataCalls().get = [this](void* handle, int type, void* data) {
+            EXPECT_NE(handle, allocation->handle()) << "the imported handle is passed";
+            const auto record = records.find(type);
+            gets.push_back(type);
+            if (record == records.end())
+                return -1;
+            memcpy(data, record->second.data(), record->second.size());
+            return 0;
+        };
+        DisplayMetadataCalls().set = [this](void*, int type, void* data) {
+            const size_t size = type == kColor ? sizeof(lxd::ColorMetaData) : 4;
+            const auto* bytes = static_cast<const uint8_t*>(data);
+            sets.emplace_back(type, Bytes(bytes, bytes + size));
+            return setResult;
+        };
+        reopen(PixFormat::MIREL_NV12);
+    }
+    ~GrallocMetadataTest() override { DisplayMetadataCalls() = {}; }
+
+    void reopen(uint32_t format) {
+        buffer.reset();
+        allocation = host::AllocateGraphic(64, 64, format, 0);
+        buffer = std::make_unique<LX2GrallocBuffer>(allocation->handle());
+        log.take();
+    }
+
+    LX2Status fetchAll() {
+        infos.clear();
+        updates.clear();
+        return buffer->getMetadata(&infos, &updates);
+    }
+
+    std::map<int, Bytes> records;
+    std::vector<int> gets;
+    std::vector<std::pair<int, Bytes>> sets;
+    int setResult = 0;
+    std::shared_ptr<C2GraphicAllocation> allocation;
+    std::unique_ptr<LX2GrallocBuffer> buffer;
+    Params infos, updates;
+};
+
+TEST_F(GrallocMetadataTest, FetchesWhatIsAskedForWhateverTheStream) {
+    records[kAvTimestamp] = BytesOf(uint64_t{0x1122334455667788});
+    records[kColor] = BytesOf(Bt2020());
+    Params out;
+    EXPECT_EQ(buffer->getMetadata({0x42208015, 0xC2001234, 0xC3E01809}, &out), C2_OK);
+    EXPECT_THAT(gets, ElementsAre(kAvTimestamp, kColor));
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_THAT(Words(*out[0]), ElementsAre(24, 0x72008015, 0, 0, 0x55667788, 0x11223344));
+    EXPECT_THAT(Words(*out[1]), ElementsAre(24, 0xC2001809, 1, 6, 6, 5));
+    EXPECT_THAT(log.take(), IsEmpty());
+
+    const auto texts = textsAt(kTrace, [&] {
+        buffer->getMetadata({0x42008015, 0xC2001809}, &out);
+    });
+    EXPECT_THAT(
+        texts,
+        ElementsAre("get av timestamp", "av timestamp: 1234605616436508552", "get color metadata",
+                    "Color Metadata: {ColorPrimaries_BT2020 MatrixCoEff_BT2020 "
+                    "Transfer_SMPTE_ST2084 Range_Full}",
+                    "Gralloc -> C2 Aspects: {PRIMARIES_BT2020 MATRIX_BT2020 TRANSFER_ST2084 "
+                    "RANGE_FULL}",
+                    "Get metadata: COLOR_METADATA suceeded"));
+}
+
+TEST_F(GrallocMetadataTest, WhatCantBeFetchedIsLoggedAndLeftOut) {
+    Params out;
+    EXPECT_EQ(buffer->getMetadata(std::vector<C2Param::Type>(), &out), LX2_ERROR);
+    EXPECT_EQ(buffer->getMetadata({0xC2001234, 0xD2001809}, &out), LX2_ERROR);
+    EXPECT_THAT(gets, IsEmpty());
+    EXPECT_EQ(buffer->getMetadata({0x42008015, 0xC2001809}, &out), LX2_ERROR);
+    EXPECT_THAT(out, IsEmpty());
+    EXPECT_THAT(log.take(), ElementsAre(Warning(kTag, "Failed to get metadata: av timestamp"),
+                                        Warning(kTag, "Failed to get metadata: COLOR_METADATA")));
+    EXPECT_EQ(fetchAll(), LX2_ERROR);
+    EXPECT_THAT(log.take(), ElementsAre(Warning(kTag, "Failed to get metadata: COLOR_METADATA")));
+
+    records[kAvTimestamp] = BytesOf(uint64_t{1});
+    EXPECT_EQ(buffer->getMetadata({0xC2001809, 0x42008015}, &out), C2_OK);
+    EXPECT_THAT(Indices(out), ElementsAre(0x72008015));
+}
+
+TEST_F(GrallocMetadataTest, FetchesEveryKindInOrder) {
+    const uint32_t statistics[] = {9, 0xFFFFFF01, 1, 2, 3, 4, 5, 6, 7};
+    records[kColor] = BytesOf(Bt2020());
+    records[kKva] = KvaRecordOf(100);
+    records[kStatistics] = BytesOf(statistics);
+    EXPECT_EQ(fetchAll(), C2_OK);
+    EXPECT_THAT(gets, ElementsAre(kColor, kKva, kStatistics));
+    EXPECT_THAT(Indices(infos), ElementsAre(0xC200802E, 0xC2008020));
+    EXPECT_THAT(Indices(updates), ElementsAre(0xC2001809, 0x4200802F));
+
+    Bytes expected(1072);
+    const Bytes& record = records[kKva];
+    const uint32_t header[] = {1072, 0xC200802E};
+    memcpy(expected.data(), header, 8);
+    memcpy(&expected[8], record.data(), 4 + 100);
+    memcpy(&expected[1036], &record[1036], 4 + 32);
+    EXPECT_EQ(BytesOf(*infos[0]), expected);
+    EXPECT_THAT(Words(*updates[1]), ElementsAre(16, 0x4200802F, 30, 15));
+    EXPECT_THAT(Words(*infos[1]), ElementsAre(44, 0xC2008020, 9, 1, 1, 2, 3, 4, 5, 6, 7));
+
+    const auto texts = textsAt(kTrace, [&] { fetchAll(); });
+    EXPECT_THAT(std::vector<std::string>(texts.begin() + 3, texts.end()),
+                ElementsAre("Get metadata: COLOR_METADATA suceeded",
+                            "KVA Metadata: size 100 capture rate 30 kva rate 15 flag 7",
+                            "Get metadata: GET_KVA_METADATA suceeded",
+                            "cmpx stats: 32 Tile = 1 64 Tile = 2 96 Tile = 3128 Tile = 4 "
+                            "160 Tile = 5 192 Tile = 6 256 Tile = 7\n",
+                            "Get metadata: GET_CMPX_CR_STATS_INFO suceeded"));
+    for (uint32_t silent : {0x00000001u, 0x02000003u, 0x01000001u})
+        EXPECT_THAT(textsAt(silent, [&] { fetchAll(); }), IsEmpty()) << silent;
+
+    records = {{kStatistics, Bytes(36)}};  // not valid
+    EXPECT_THAT(textsAt(2, [&] { EXPECT_EQ(fetchAll(), C2_OK); }),
+                ElementsAre("get color metadata", "Failed to get metadata: COLOR_METADATA",
+                            "Get metadata: GET_CMPX_CR_STATS_INFO suceeded"));
+}
+
+TEST_F(GrallocMetadataTest, HdrStaticInfoComesWithTheTenBitFormatsOnly) {
+    struct Row {
+        uint32_t format;
+        uint8_t mastering, lightLevel;
+        bool produced;
+    };
+    const Row rows[] = {
+        {PixFormat::MIREL_TP10, 1, 0, true},  {PixFormat::MIREL_TP10, 0, 1, true},
+        {PixFormat::MIREL_TP10, 0, 0, false}, {PixFormat::MIREL_P010, 2, 1, true},
+        {PixFormat::MIREL_NV12, 1, 1, false}, {PixFormat::RGBA8888, 1, 1, false},
+    };
+    for (const Row& row : rows) {
+        reopen(row.format);
+        lxd::ColorMetaData record = Bt2020();
+        record.masteringDisplay.present = row.mastering;
+        record.masteringDisplay.minLuminance = 500;
+        record.contentLightLevel.present = row.lightLevel;
+        records[kColor] = BytesOf(record);
+        EXPECT_EQ(fetchAll(), C2_OK);
+        ASSERT_EQ(updates.size(), row.produced ? 2u : 1u) << PixFormat::Str(row.format);
+        if (row.produced) {
+            EXPECT_EQ(uint32_t(updates[1]->index()), 0xC200180Au);
+            ASSERT_EQ(updates[1]->size(), 56u);
+            float minLuminance;
+            memcpy(&minLuminance, BytesOf(*updates[1]).data() + 44, sizeof(minLuminance));
+            EXPECT_EQ(minLuminance, 0.04995f);
+        }
+    }
+}
+
+TEST_F(GrallocMetadataTest, PayloadsAreHeldToWhatTheirRecordsHold) {
+    lxd::ColorMetaData record = Bt2020();
+    std::iota(std::begin(record.dynamicMetaData), std::end(record.dynamicMetaData), uint8_t{3});
+    const std::pair<uint32_t, uint32_t> lengths[] = {
+        {0, 0}, {1, 1}, {1023, 1023}, {1024, 1024}, {1025, 1024}, {0xFFFFFFFF, 1024}};
+    for (const auto& [said, held] : lengths) {
+        record.dynamicMetaDataLength = said;
+        records[kColor] = BytesOf(record);
+        records[kKva] = KvaRecordOf(said);
+        EXPECT_EQ(fetchAll(), C2_OK);
+        ASSERT_EQ(infos.size(), said == 0 ? 1u : 2u);
+        if (said != 0) {
+            const Bytes dynamic = BytesOf(*infos[0]);
+            EXPECT_EQ(uint32_t(infos[0]->index()), 0xC2011811u);
+            ASSERT_EQ(dynamic.size(), 8 + held);
+            EXPECT_EQ(memcmp(&dynamic[8], record.dynamicMetaData, held), 0);
+        }
+        const Bytes kva = BytesOf(*infos.back());
+        EXPECT_EQ(Words(*infos.back())[2], held);
+        EXPECT_EQ(memcmp(&kva[12], &records[kKva][4], held), 0);
+        for (size_t i = 12 + held; i < 1036; ++i)
+            EXPECT_EQ(kva[i], 0) << i;
+    }
+}
+
+TEST_F(GrallocMetadataTest, WritesColorAsOneRecordAndPayloadsAsTheyAre) {
+    C2StreamColorAspectsInfo::output aspects(0u, C2Color::RANGE_FULL, C2Color::PRIMARIES_BT709,
+                                             C2Color::TRANSFER_170M, C2Color::MATRIX_BT601);
+    C2StreamHdrStaticMetadataInfo::output hsi;
+    hsi.maxCll = 1000;
+    const auto shared = [](const auto& info) {
+        return std::make_shared<std::decay_t<decltype(info)>>(info);
+    };
+    const std::vector<std::shared_ptr<C2Info>> written = {
+        shared(aspects), InfoOf(0xD200800B, {1, 2, 3, 4, 5}), nullptr, shared(hsi),
+        InfoOf(0xD2008035, {60, 0, 0, 0})};
+
+    lxd::ColorMetaData expected{};
+    LX2GrallocMetadataTranslater::convertAspectsToMetaData(aspects, &expected);
+    LX2GrallocMetadataTranslater::convertHsiToMetaData(hsi, &expected);
+    const auto calls = ElementsAre(std::pair(kInterlace, Bytes{1, 2, 3, 4}),
+                                   std::pair(kRefreshRate, Bytes{60, 0, 0, 0}),
+                                   std::pair(kColor, BytesOf(expected)));
+
+    EXPECT_THAT(
+        textsAt(kTrace, [&] { EXPECT_EQ(buffer->setMetadata(written), C2_OK); }),
+        ElementsAre("Set metadata: [Interlace] suceeded", "Set metadata: [RefreshRate] suceeded",
+                    "Set metadata: [Color] suceeded"));
+    EXPECT_THAT(sets, calls);
+
+    sets.clear();
+    setResult = -5;
+    EXPECT_EQ(buffer->setMetadata(written), C2_OK) << "failures are only logged";
+    EXPECT_THAT(sets, calls);
+    EXPECT_THAT(log.take(), ElementsAre(Warning(kTag, "Set metadata: [Interlace] failed !"),
+                                        Warning(kTag, "Set metadata: [RefreshRate] failed !"),
+                                        Warning(kTag, "Set metadata: [Color] failed !")));
+}
+
+TEST_F(GrallocMetadataTest, InfosAreRecognisedByTheirExactIndexAndMustBeWhole) {
+    EXPECT_EQ(buffer->setMetadata({}), C2_OK);
+    EXPECT_EQ(buffer->setMetadata({
+                  InfoOf(0xC2001809, Bytes(16)),  // input
+                  InfoOf(0xD2201809, Bytes(16)),  // stream 1
+                  InfoOf(0xD2001809, Bytes(15)),
+                  InfoOf(0xD200180A, Bytes(47)),
+                  InfoOf(0xD2008020, Bytes(16)),
+              }),
+              C2_OK);
+    EXPECT_THAT(sets, IsEmpty());
+    EXPECT_EQ(buffer->setMetadata({InfoOf(0xD200800B, {}), InfoOf(0xD2008035, {7, 8, 9})}), C2_OK);
+    EXPECT_THAT(sets, ElementsAre(std::pair(kInterlace, Bytes{0, 0, 0, 0}),
+                                  std::pair(kRefreshRate, Bytes{7, 8, 9, 0})));
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(GrallocMetadataTest, RefusesWithoutAHandleOrAnOutput) {
+    Params list;
+    EXPECT_EQ(buffer->getMetadata({0xC2001809}, nullptr), LX2_ERROR);
+    EXPECT_EQ(buffer->getMetadata(nullptr, &list), LX2_ERROR);
+    EXPECT_EQ(buffer->getMetadata(&list, nullptr), LX2_ERROR);
+    const LogLine noList = Warning(kTag, "infos is NULL, cannot set metadata");
+    EXPECT_THAT(log.take(), ElementsAre(noList, noList, noList));
+
+    LX2GrallocBuffer invalid(nullptr);
+    log.take();
+    EXPECT_EQ(invalid.getMetadata({0xC2001809}, nullptr), LX2_ERROR);
+    EXPECT_EQ(invalid.getMetadata(nullptr, nullptr), LX2_ERROR);
+    EXPECT_EQ(invalid.setMetadata({}), LX2_ERROR);
+    const LogLine noHandle = Warning(kTag, "private handle NULL, cannot set metadata");
+    EXPECT_THAT(log.take(), ElementsAre(noHandle, noHandle, noHandle));
+    EXPECT_THAT(gets, IsEmpty());
+    EXPECT_THAT(sets, IsEmpty());
+}
+
+}  // namespace
+}  // namespace lx2::test
