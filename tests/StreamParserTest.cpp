@@ -237,6 +237,13 @@ TEST_F(StreamParserTest, GivesEachUnitTheWholeSizeLessFourBytesAUnit) {
     uint32_t size = 0;
     EXPECT_EQ(Avc::FindHeaders(many.data(), 37, &size), C2_OK);
     EXPECT_EQ(size, 7u * 7u + 9u);
+
+    // The farthest that a walk reads: told 25 bytes, it finds the end of the second unit's 21 at a
+    // code whose header word is bytes 40 and 41.
+    const Bytes far = Join({sps, Unit(0x68CE, 16), Unit(0x6588, 6)});
+    ASSERT_EQ(far.size(), 2u * 25 - 8);
+    EXPECT_EQ(Avc::FindHeaders(far.data(), 25, &size), C2_OK);
+    EXPECT_EQ(size, 36u);
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
