@@ -7,8 +7,9 @@
 #include <lx2/PixFormat.h>
 #include <lx2host/Gralloc.h>
 
+#include <cstdlib>
 #include <cstring>
-#include <vector>
+#include <memory>
 
 #include "SoftwareConvert.h"
 
@@ -20,6 +21,22 @@ namespace {
 
 using namespace lx2;
 
+// Memory that begins with a page, as that of graphic buffers does.
+struct Pages {
+    Pages(size_t bytes, int value)
+        : mSize((bytes + kPage - 1) / kPage * kPage),
+          mMemory(static_cast<uint8_t*>(std::aligned_alloc(kPage, mSize)), &std::free) {
+        memset(data(), value, mSize);
+    }
+    uint8_t* data() const { return mMemory.get(); }
+    uint32_t size() const { return static_cast<uint32_t>(mSize); }
+
+  private:
+    static constexpr size_t kPage = 4096;
+    size_t mSize;
+    std::unique_ptr<uint8_t, void (*)(void*)> mMemory;
+};
+
 // A planar frame and room for the video core's NV12.
 struct Frame {
     explicit Frame(const benchmark::State& state)
@@ -27,13 +44,13 @@ struct Frame {
           height(static_cast<uint32_t>(state.range(1))),
           stride((width + 511) / 512 * 512),
           rows((height + 511) / 512 * 512),
-          src(bytes(), 1),
-          dst(size_t{stride} * rows * 3 / 2, 2) {}
+          src(Pages(bytes(), 1)),
+          dst(Pages(size_t{stride} * rows * 3 / 2, 2)) {}
 
     size_t bytes() const { return size_t{width} * height * 3 / 2; }
 
     uint32_t width, height, stride, rows;
-    std::vector<uint8_t> src, dst;
+    Pages src, dst;
 };
 
 void Finish(benchmark::State& state, const Frame& frame) {
@@ -52,9 +69,8 @@ void Memcpy(benchmark::State& state) {
 void Software(benchmark::State& state) {
     Frame frame(state);
     for (auto _ : state) {
-        color::ConvertYv12ToMirelNv12(frame.src.data(), static_cast<uint32_t>(frame.src.size()),
-                                      frame.dst.data(), static_cast<uint32_t>(frame.dst.size()),
-                                      frame.width, frame.height);
+        color::ConvertYv12ToMirelNv12(frame.src.data(), frame.src.size(), frame.dst.data(),
+                                      frame.dst.size(), frame.width, frame.height);
         benchmark::ClobberMemory();
     }
     Finish(state, frame);

@@ -58,7 +58,7 @@ std::unique_ptr<IVFStreamHeader> IVFStreamHeader::FromBytes(size_t size, const u
     // Only what describes the stream is taken over; whether the file is one of ours is not asked.
     constexpr size_t kFirst = offsetof(IVFStreamHeader, fourcc);
     constexpr size_t kCount = offsetof(IVFStreamHeader, unused) - kFirst;
-    memcpy_s(header->fourcc, kCount, bytes + kFirst, kCount);
+    memcpy_s(reinterpret_cast<uint8_t*>(header.get()) + kFirst, kCount, bytes + kFirst, kCount);
     return header;
 }
 

@@ -1,9 +1,6 @@
-// A converter whose libraries are broken in the way that the build names.
+// A converter whose libraries are broken: one test for each way, run with the broken one in front.
 #include <lx2/LX2ColorConverter.h>
 #include <lx2/PixFormat.h>
-
-#include <algorithm>
-#include <string>
 
 #include "Blocks.h"
 #include "Fixture.h"
@@ -11,20 +8,14 @@
 namespace lx2::test {
 namespace {
 
-class ColorUnboundTest : public Fixture {};
+struct Breakage {
+    const char* name;
+    const char* reason;
+};
 
-TEST_F(ColorUnboundTest, SaysWhyAndFailsEveryConversion) {
-    const std::pair<std::string, const char*> reasons[] = {
-        {"no_blit", "Engine: open libGBX2.so failed (.*libGBX2.so.*), gbx disabled"},
-        {"no_utility",
-         "Engine: sopen libferrum_utils.so failed (.*libferrum_utils.so.*), gbx disabled"},
-        {"no_finish", "Engine: dlsym gbxFinish failed, disable gbx engine"},
-    };
-    const std::string broken = LX2_TEST_BROKEN;
-    const auto reason = std::find_if(std::begin(reasons), std::end(reasons),
-                                     [&](const auto& row) { return row.first == broken; });
-    ASSERT_NE(reason, std::end(reasons));
+class ColorUnboundTest : public Fixture, public ::testing::WithParamInterface<Breakage> {};
 
+TEST_P(ColorUnboundTest, SaysWhyAndFailsEveryConversion) {
     const auto source = GraphicBuffer(64, 64, PixFormat::NV12);
     const auto target = GraphicBuffer(64, 64, PixFormat::YV12);
     log.take();
@@ -32,7 +23,7 @@ TEST_F(ColorUnboundTest, SaysWhyAndFailsEveryConversion) {
     const auto lines = log.take();
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0].priority, ANDROID_LOG_ERROR);
-    EXPECT_THAT(lines[0].text, ::testing::MatchesRegex(reason->second));
+    EXPECT_THAT(lines[0].text, ::testing::MatchesRegex(GetParam().reason));
 
     EXPECT_EQ(converter.convert(source->graphic(), target->graphic()), -1);
     EXPECT_EQ(converter.convert(source->graphic(), target->graphic()), -1);
@@ -44,6 +35,15 @@ TEST_F(ColorUnboundTest, SaysWhyAndFailsEveryConversion) {
             Error("LX2GBXEngine", "convert:  can't do color conversion now (enable 0, config 0)"),
             Error("LX2ColorConverter", "convert: convert failed")));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Broken, ColorUnboundTest,
+    ::testing::Values(
+        Breakage{"no_blit", "Engine: open libGBX2.so failed (.*libGBX2.so.*), gbx disabled"},
+        Breakage{"no_utility",
+                 "Engine: sopen libferrum_utils.so failed (.*libferrum_utils.so.*), gbx disabled"},
+        Breakage{"no_finish", "Engine: dlsym gbxFinish failed, disable gbx engine"}),
+    [](const auto& row) { return row.param.name; });
 
 }  // namespace
 }  // namespace lx2::test

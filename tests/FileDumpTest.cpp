@@ -1,6 +1,5 @@
 #include <C2Config.h>
 #include <C2PlatformSupport.h>
-#include <dirent.h>
 #include <lx2/FrameGeometry.h>
 #include <lx2/LX2FileDump.h>
 #include <lx2/LX2StreamParser.h>
@@ -58,7 +57,7 @@ class FileDumpTest : public Fixture {
   protected:
     FileDumpTest() {
         gRedirected = dir / ".";
-        SetClock(2026, 11, 15, 12, 34, 37, "XYZ-5:30");
+        SetClock(1794746077, "XYZ-5:30");  // 15 November 2026, 18:04:37 there
     }
     void TearDown() override {
         gBasicPool.reset();
@@ -127,12 +126,15 @@ LogLine Opened(const std::string& name) {
 }
 
 TEST_F(FileDumpTest, ChoosesTheExtensionByTheExactMimeType) {
-    const std::pair<const char*, const char*> kRows[] = {
-        {"video/avc", "264"}, {"video/hevc", "265"}, {kVp8, "ivf"},
-        {kVp9, "ivf"},        {"video/mpeg2", "ps"}, {"video/mp4v-es", "m4v"},
-        {"video/raw", "yuv"}, {"video/AVC", "bin"},  {"image/vnd.android.heic", "heic"},
-        {"", "bin"},
-    };
+    const char* const kRows[][2] = {{"video/avc", "264"},
+                                    {"video/hevc", "265"},
+                                    {kVp8, "ivf"},
+                                    {kVp9, "ivf"},
+                                    {"video/mpeg2", "ps"},
+                                    {"video/mp4v-es", "m4v"},
+                                    {"image/vnd.android.heic", "heic"},
+                                    {"video/raw", "yuv"},
+                                    {"video/AVC", "bin"}};
     for (const auto& [mime, extension] : kRows)
         EXPECT_STREQ(Impl::extForMime(mime), extension) << mime;
 }
@@ -141,7 +143,7 @@ TEST_F(FileDumpTest, NamesFilesAfterTheCreationAndFramesAfterTheirGeometryToo) {
     std::unique_ptr<LX2FileDump> bits, frames;
     ASSERT_EQ(LX2FileDump::Create("video/avc", 7, "c2.dec", &bits, false), C2_OK);
     ASSERT_EQ(LX2FileDump::Create("video/raw", ~0u, "out", &frames, false), C2_OK);
-    SetClock(2027, 1, 1, 0, 0, 0);  // names keep the time of creation
+    SetClock(1798761599, "UTC");  // names keep the time of creation
     EXPECT_EQ(bits->write(Bitstream({1, 2})), C2_OK);
     EXPECT_EQ(bits->write(Bitstream({3})), C2_OK);
     for (int i = 0; i < 2; ++i)
@@ -180,8 +182,8 @@ TEST_F(FileDumpTest, CutsLongNamesAndKeepsTheFileThatIsOpen) {
 
 TEST_F(FileDumpTest, StartsAFixedFileAnewWhenTheFramesChange) {
     auto dump = fixedDump("video/raw");
-    EXPECT_EQ(dump->write(NoisyFrame(PixFormat::NV12, 64, 48)), C2_OK);
-    EXPECT_EQ(dump->write(NoisyFrame(PixFormat::NV12, 64, 50)), C2_OK);
+    for (const uint32_t height : {48, 48, 50})
+        EXPECT_EQ(dump->write(NoisyFrame(PixFormat::NV12, 64, height)), C2_OK);
     EXPECT_EQ(ReadAll(path).size(), 64 * 75u);
     const LogLine opened = Info(kTag, "Opened file " + path + " for writing");
     EXPECT_THAT(logged(), ElementsAre(Info(kTag, "Created File dump: " + path), opened, opened));

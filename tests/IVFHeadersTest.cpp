@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "Fixture.h"
+#include "Ivf.h"
 
 namespace lx2::test {
 namespace {
@@ -87,6 +88,23 @@ TEST_F(IVFHeadersTest, ReplacesTheArrayThatWasThere) {
     EXPECT_EQ(IVFStreamHeader().toBytes(&bytes), 32u);
     EXPECT_EQ(bytes[31], 0);
     EXPECT_EQ(IVFFrameHeader().toBytes(&bytes), 12u);
+}
+
+// Through the examples' reader, files that another program wrote.
+TEST_F(IVFHeadersTest, ReadsFilesOfOthers) {
+    for (const char* fourcc : {"VP80", "VP90"}) {
+        const std::string name = fourcc[2] == '8' ? "vp8.ivf" : "vp9.ivf";
+        example::IvfFile file;
+        EXPECT_EQ(example::ReadIvf(LX2_SAMPLES_DIR "/" + name, &file), "");
+        EXPECT_EQ(std::string(file.header.fourcc, 4), fourcc);
+        EXPECT_EQ(file.header.width, 320);
+        EXPECT_EQ(file.header.height, 180);
+        ASSERT_EQ(file.frames.size(), 72u);
+        EXPECT_EQ(file.frames[71].timestamp, 71u * file.header.rate / file.header.scale / 24);
+        EXPECT_EQ(file.frames[71].offset + file.frames[71].size, file.bytes.size());
+    }
+    example::IvfFile file;
+    EXPECT_EQ(example::ReadIvf(LX2_SAMPLES_DIR "/avc.264", &file), "is not an IVF file");
 }
 
 }  // namespace

@@ -55,10 +55,10 @@ ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
                   *mReflector->describe(desc->index().coreIndex()));
 
     // Every parameter but the operating rate, which a component describes and need not have.
-    add(std::make_unique<Priority>(0u, 0));
-    add(std::make_unique<OutputDelay>(0u, 2u));
+    add(std::make_unique<Priority>(0));
+    add(std::make_unique<OutputDelay>(2u));
     add(std::make_unique<Window>(0u, WindowStruct{0, 0, {1920, 1080}}));
-    add(std::make_unique<Label>(0u, LabelStruct{"decoder"}));
+    add(std::make_unique<Label>(LabelStruct{"decoder"}));
     add(Comment::AllocUnique(1));
     auto initData = InitData::AllocUnique(4);
     std::copy_n("\x00\x00\x00\x01", 4, initData->m.value);

@@ -38,10 +38,14 @@ void FrameOutput::log(const char* text) {
         mLogger->write("%s", text);
 }
 
-std::string FrameOutput::nextFramesPath() {
-    const std::string number = mFiles == 0 ? "" : "_" + std::to_string(mFiles + 1);
-    ++mFiles;
-    return mDirectory + "/frames" + number + ".yuv";
+void FrameOutput::beginFile(const LX2Buffer::Graphic& frame) {
+    const std::string number =
+        mFrameFiles.empty() ? "" : "_" + std::to_string(mFrameFiles.size() + 1);
+    const std::string name = "frames" + number + ".yuv";
+    mFrameFiles.push_back(name + " " + std::to_string(frame.width()) + "x" +
+                          std::to_string(frame.height()) +
+                          (frame.format() == PixFormat::YV12 ? " yv12" : " nv12"));
+    LX2FileDump::Create("video/raw", mDirectory + "/" + name, &mFrameDump);
 }
 
 bool FrameOutput::prepareTarget(const LX2Buffer::Graphic& frame) {
@@ -54,7 +58,7 @@ bool FrameOutput::prepareTarget(const LX2Buffer::Graphic& frame) {
     if (mTargetPool->allocate(&mTarget) != C2_OK)
         return false;
     if (!mDirectory.empty())
-        LX2FileDump::Create("video/raw", nextFramesPath(), &mFrameDump);
+        beginFile(*mTarget->graphic());
     return true;
 }
 

@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace lx2::example {
 
@@ -30,6 +31,9 @@ class FrameOutput {
 
     void log(const char* text);
 
+    // The files of frames that were begun, in order: "frames.yuv 320x180 nv12".
+    const std::vector<std::string>& frameFiles() const { return mFrameFiles; }
+
     uint64_t conversions() const { return mConversions; }
 
     // How often frames went from one format to another, by "A > B".
@@ -37,7 +41,7 @@ class FrameOutput {
 
   private:
     bool prepareTarget(const LX2Buffer::Graphic& frame);
-    std::string nextFramesPath();
+    void beginFile(const LX2Buffer::Graphic& frame);
 
     std::string mDirectory;
     std::unique_ptr<LX2FileDump> mInputDump;
@@ -46,7 +50,7 @@ class FrameOutput {
     std::unique_ptr<LX2GraphicBufferPool> mTargetPool;
     std::shared_ptr<LX2Buffer> mTarget;
     LX2ColorConverter mConverter;
-    uint32_t mFiles = 0;
+    std::vector<std::string> mFrameFiles;
     uint64_t mConversions = 0;
     std::map<std::string, uint64_t> mByFormat;
 };

@@ -56,6 +56,8 @@ void PrintSummary(const InputStream& input, const Statistics& statistics,
     PrintCount("buffers recycled", statistics.recycled);
     PrintCount("waits for a buffer", statistics.starved);
     PrintCount("deletions reported", statistics.deleted);
+    for (const std::string& file : output.frameFiles())
+        printf("  %-22s %s\n", "wrote", file.c_str());
 }
 
 // Everything that lives while the stream is decoded, so that all of it is gone when this returns.

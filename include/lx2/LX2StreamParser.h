@@ -1,4 +1,5 @@
-// Finds NAL units and codec headers in H.264 (AVC) and H.265 (HEVC) byte streams.
+// Finds NAL units and codec headers in byte streams as Annex B of ITU-T H.264 (AVC) and of H.265
+// (HEVC) defines them.
 //
 // A component that gets a stream in arbitrary buffers uses this to learn where a unit ends, of what
 // type it and its successor are, and how many leading bytes of a buffer are codec configuration
@@ -15,10 +16,11 @@
 //   next unit's header word.)
 // - FindHeaders gives the k-th unit of its walk, counted from 0, a length of size - 4k bytes from
 //   where that unit begins, not of the bytes that are left. It looks for the end of the last header
-//   unit that far, so 2 * size bytes must be readable (size + 1 for a size below 9). The bytes from
-//   buf[size] on must hold no further header unit, best they are zero; otherwise the walk goes on
-//   into them, and counts what it finds. No byte behind buf[size - 1] is read that a search byte by
-//   byte would not need: a buffer in which the unit after the last header begins is not overrun.
+//   unit that far, up to buf[2 * size - 9], so size + 1 bytes must be readable, or 2 * size - 8
+//   where that is more. The bytes from buf[size] on must hold no further header unit, best they are
+//   zero; otherwise the walk goes on into them, and counts what it finds. No byte behind
+//   buf[size - 1] is read that a search byte by byte would not need: a buffer that holds start code
+//   and header word of the unit after the last header is not overrun.
 #pragma once
 
 #include <lx2/Export.h>
@@ -47,9 +49,10 @@ LX2_API LX2Status _FindNAL(const uint8_t* buf, uint32_t size, uint32_t* nalSize,
 // Walks from unit to unit for as long as the next unit is a header by isHeader, for at most size /
 // 4 units, rounded up. *headerSize is the number of bytes walked over: the first unit, whatever it
 // is, and every header unit that follows without a gap. (So an access-unit delimiter in front of
-// the parameter sets counts.) typeName serves the debug log only. C2_OK; C2_NOT_FOUND if no unit of
-// the walk is a header; LX2_BAD_ARG for a null buf or headerSize. Where a unit could not be
-// measured the walk ends, and the result rests on the units before it.
+// the parameter sets counts.) extractType's result is cut to 16 bits; typeName serves the debug log
+// only. C2_OK; C2_NOT_FOUND if no unit of the walk is a header, or, logged as by _FindNAL and with
+// *headerSize 0, if the buffer does not begin with a unit; LX2_BAD_ARG for a null buf or headerSize
+// (nothing is written).
 LX2_API LX2Status _FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize,
                                std::function<bool(uint32_t)> isHeader,
                                std::function<uint32_t(uint16_t)> extractType,

@@ -84,10 +84,12 @@ class LX2_API ReflectedParamUpdater {
     // ascending. Exceptions as parseMessageAndDoWork; *out is then empty.
     void getParamIndicesFromMessage(const Message& message, std::vector<C2Param::Index>* out) const;
 
-    // Writes the values of the message into the parameters. A text field of no fixed extent grows
-    // or shrinks its parameter: growing puts a new object into the slot of the list. A key whose
-    // parameter is not in the list is logged and left out. A value that does not fit into its
-    // parameter is left out. Exceptions as parseMessageAndDoWork.
+    // Writes the values of the message into the parameters, which the caller owns. Empty slots and
+    // invalid parameters are passed over; of two with one index the later is written. A text field
+    // of no fixed extent, the last of its parameter, grows or shrinks it: growing puts a new object
+    // into the slot and frees the old one. A key whose parameter is not in the list is logged and
+    // left out. A value that would end outside its parameter is left out without a message.
+    // Exceptions as parseMessageAndDoWork.
     void updateParamsFromMessage(const Message& message,
                                  std::vector<std::unique_ptr<C2Param>>* params) const;
 

@@ -7,27 +7,17 @@
 
 namespace lx2::test {
 
-inline time_t gNow = 0;  // 0: 1 January 1970
+inline time_t gNow = 0;
 
-// Sets the clock to a moment of UTC, and the zone to an offset such as "XYZ-5:30" (east of it).
-inline void SetClock(int year, int month, int day, int hour, int minute, int second,
-                     const char* zone = "UTC") {
-    tm moment{};
-    moment.tm_year = year - 1900;
-    moment.tm_mon = month - 1;
-    moment.tm_mday = day;
-    moment.tm_hour = hour;
-    moment.tm_min = minute;
-    moment.tm_sec = second;
-    gNow = timegm(&moment);
+// Seconds since 1970, and an offset such as "XYZ-5:30" (five and a half hours ahead of UTC).
+inline void SetClock(time_t now, const char* zone) {
+    gNow = now;
     setenv("TZ", zone, 1);
     tzset();
 }
 
 }  // namespace lx2::test
 
-extern "C" time_t time(time_t* out) noexcept {
-    if (out != nullptr)
-        *out = lx2::test::gNow;
+extern "C" time_t time(time_t*) noexcept {
     return lx2::test::gNow;
 }

@@ -51,10 +51,11 @@ constexpr bool LogPasses(uint32_t level, LogDetail detail, LogGroup group) {
 }  // namespace lx2
 
 #define LX2_LOG_PRINT(priority, ...) __android_log_print(priority, kLog.tag, __VA_ARGS__)
-#define LX2_LOG_GATED(detail, ...)                                                             \
-    do {                                                                                       \
-        if (__builtin_expect(::lx2::LogPasses(::lx2::gC2LogLevel, detail, kLog.group), false)) \
-            LX2_LOG_PRINT(ANDROID_LOG_DEBUG, __VA_ARGS__);                                     \
+#define LX2_LOG_GATED(detail, ...)                                                                \
+    do {                                                                                          \
+        const uint32_t lx2Level = ::lx2::gC2LogLevel;                                             \
+        if (__builtin_expect(lx2Level != 0, 0) && ::lx2::LogPasses(lx2Level, detail, kLog.group)) \
+            LX2_LOG_PRINT(ANDROID_LOG_DEBUG, __VA_ARGS__);                                        \
     } while (0)
 
 #define LX2_LOGE(...) LX2_LOG_PRINT(ANDROID_LOG_ERROR, __VA_ARGS__)

@@ -79,7 +79,7 @@ struct C2Param {
     }
     bool operator!=(const C2Param& other) const { return !(*this == other); }
 
-    // A deep copy; null for a parameter of size 0.
+    // A deep copy; null for a parameter that is shorter than its header.
     static std::unique_ptr<C2Param> Copy(const C2Param& source) {
         if (source._mSize < sizeof(C2Param))
             return nullptr;

@@ -93,11 +93,19 @@ struct Concrete : public T, public S {
 
     Concrete() : T(sizeof(Concrete), PARAM_TYPE), S() {}
 
-    // Arguments are the stream, for stream parameters, and then those of the structure.
-    template <typename... Args>
+    // A stream parameter takes its stream and then the arguments of the structure, any other only
+    // the latter.
+    template <typename... Args, uint32_t Bits = IndexBits,
+              std::enable_if_t<(Bits & C2Param::IS_STREAM_FLAG) != 0, int> = 0>
     explicit Concrete(uint32_t stream, Args&&... args)
         : T(sizeof(Concrete), PARAM_TYPE | (stream << C2Param::STREAM_ID_SHIFT)),
           S{std::forward<Args>(args)...} {}
+    template <typename Arg, typename... Args, uint32_t Bits = IndexBits,
+              std::enable_if_t<(Bits & C2Param::IS_STREAM_FLAG) == 0 &&
+                                   !std::is_base_of_v<Concrete, std::decay_t<Arg>>,
+                               int> = 0>
+    explicit Concrete(Arg&& arg, Args&&... args)
+        : T(sizeof(Concrete), PARAM_TYPE), S{std::forward<Arg>(arg), std::forward<Args>(args)...} {}
 
     static Concrete* From(C2Param* param) {
         return param != nullptr && param->type().type() == PARAM_TYPE &&
