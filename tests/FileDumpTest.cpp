@@ -81,11 +81,11 @@ class FileDumpTest : public Fixture {
     }
     // What was logged since the last call, but for the imports of handles.
     std::vector<LogLine> logged() {
-        auto lines = log.take();
-        lines.erase(
-            std::remove_if(lines.begin(), lines.end(),
-                           [](const LogLine& line) { return line.tag == "LX2GrallocBuffer"; }),
-            lines.end());
+        std::vector<LogLine> lines;
+        for (LogLine& line : log.take()) {
+            if (line.tag != "LX2GrallocBuffer")
+                lines.push_back(std::move(line));
+        }
         return lines;
     }
 
@@ -326,7 +326,8 @@ class ForceLinearTest : public FileDumpTest {
 TEST_F(ForceLinearTest, ConvertsCompressedFramesToTheirLinearFormat) {
     EXPECT_EQ(converted(picture(PixFormat::MIREL_NV12_CMPX), "MIREL_NV12_0.yuv"),
               dumped(picture(PixFormat::MIREL_NV12)));
-    EXPECT_THAT(lines, Contains(Info(kTag, "[p] Force MIREL_NV12_CMPX to linear MIREL_NV12")));
+    EXPECT_THAT(lines, ElementsAre(Info(kTag, "[p] Force MIREL_NV12_CMPX to linear MIREL_NV12"),
+                                   Opened("20261115_180437_0_p_64_x_48_MIREL_NV12_0.yuv")));
     EXPECT_EQ(converted(picture(PixFormat::MIREL_TP10), "YV12_1.yuv"),
               dumped(picture(PixFormat::YV12)));
     EXPECT_EQ(converted(picture(PixFormat::RGBA8888_CMPX), "RGBA8888_2.rgb"),

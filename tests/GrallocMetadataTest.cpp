@@ -39,22 +39,23 @@ std::vector<uint32_t> Words(const C2Param& param) {
 
 // As long as it says and no longer, so that reading past it is noticed.
 std::shared_ptr<C2Info> InfoOf(uint32_t index, const Bytes& payload) {
-    const auto size = static_cast<uint32_t>(8 + payload.size());
-    std::vector<uint32_t> words((size + 3) / 4);
-    words[0] = size;
-    words[1] = index;
-    std::copy(payload.begin(), payload.end(), reinterpret_cast<uint8_t*>(&words[2]));
-    std::shared_ptr<C2Param> copy = C2Param::Copy(*C2Param::From(words.data(), size));
+    const uint32_t header[] = {static_cast<uint32_t>(8 + payload.size()), index};
+    Bytes bytes = BytesOf(header);
+    bytes.insert(bytes.end(), payload.begin(), payload.end());
+    std::shared_ptr<C2Param> copy = C2Param::Copy(*C2Param::From(bytes.data(), bytes.size()));
     return std::static_pointer_cast<C2Info>(copy);
 }
 
 lxd::ColorMetaData Bt2020() {
-    lxd::ColorMetaData record{};
-    record.colorPrimaries = lxd::ColorPrimaries_BT2020;
-    record.range = lxd::Range_Full;
-    record.transfer = lxd::Transfer_SMPTE_ST2084;
-    record.matrixCoefficients = lxd::MatrixCoEff_BT2020;
-    return record;
+    return {lxd::ColorPrimaries_BT2020,
+            lxd::Range_Full,
+            lxd::Transfer_SMPTE_ST2084,
+            lxd::MatrixCoEff_BT2020,
+            {},
+            {},
+            {},
+            0,
+            {}};
 }
 
 Bytes KvaRecordOf(uint32_t payloadSize) {
