@@ -201,7 +201,7 @@ TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
 Bytes IvfFile(uint8_t version, const Bytes& frames) {
     Bytes file = {'D',  'K',  'I', 'F', 0,    0, 32, 0, 'V', 'P', version, '0', 0x40, 1, 240, 0,
                   0x30, 0x75, 0,   0,   0xE8, 3, 0,  0, 0,   0,   0,       0,   0,    0, 0,   0};
-    file.insert(file.end(), frames.begin(), frames.end());
+    std::copy(frames.begin(), frames.end(), std::back_inserter(file));
     return file;
 }
 
