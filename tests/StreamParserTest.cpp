@@ -41,8 +41,8 @@ std::unique_ptr<uint8_t[]> Stored(const Bytes& bytes) {
     return storage;
 }
 
-using Found =
-    std::tuple<LX2Status, uint32_t, uint16_t, uint16_t>;  // the unit's size, its type, the next
+// A status, the unit's size, its type and the next one's.
+using Found = std::tuple<LX2Status, uint32_t, uint16_t, uint16_t>;
 
 template <class Parser>
 Found FindNAL(const Bytes& bytes) {
