@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
 # Gives lx2_bitstream files that it must refuse, each with one line that names the offence.
-# check.sh <program> <folder of the samples>
+# check.sh <folder of the samples> [<emulator>...] <program>
 set -u
-program=$1 samples=$2
+samples=$1
+shift
+program=("$@")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failed=0
 
 refuses() { # <file> <words of the offence>
   local said status
-  said=$("$program" "$1" 2>&1 >/dev/null)
+  said=$("${program[@]}" "$1" 2>&1 >/dev/null)
   status=$?
   if [ $status -ne 1 ] || [ "$(wc -l <<<"$said")" -ne 1 ] || [[ $said != "$1 "*"$2"* ]]; then
     echo "$1: expected '$2' and exit 1, got exit $status: $said"
