@@ -1,7 +1,9 @@
 #include <C2AllocatorGralloc.h>
 #include <dirent.h>
+#include <lx2/LX2BufferPool.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/PixFormat.h>
+#include <lx2host/GraphicPools.h>
 #include <lx2host/Mapper.h>
 
 #include <sstream>
@@ -155,20 +157,24 @@ TEST_F(GrallocTest, MapperFailuresAreLogged) {
     EXPECT_EQ(LX2Mapper3Helper::Get(), LX2Mapper3Helper::Get());
 }
 
-TEST_F(GrallocTest, ManyThreadsImportAndFreeAtOnceAndLeaveNothing) {
-    LX2Mapper3Helper::Get();
+TEST_F(GrallocTest, TenThousandRoundsAndManyThreadsLeaveNothing) {
+    const auto pool = LX2GraphicBufferPool::Create(host::CreateBasicGraphicPool());
+    pool->setResolution(64, 64);
+    pool->setFormat(PixFormat::MIREL_NV12_CMPX);
     const auto allocation = host::AllocateGraphic(64, 64, PixFormat::NV12, 0);
     const size_t imports = host::LiveImports(), descriptors = OpenDescriptors();
     std::thread threads[4];
     for (auto& thread : threads)
         thread = std::thread([&allocation] {
-            for (int i = 0; i < 200; ++i) {
+            for (int i = 0; i < 200; ++i)
                 EXPECT_EQ(LX2GrallocBuffer(allocation->handle()).width(), 64u);
-                EXPECT_TRUE(GraphicBuffer(64, 64, PixFormat::MIREL_NV12)->graphic()->isValid());
-            }
         });
+    std::shared_ptr<LX2Buffer> buffer;
+    for (int i = 0; i < 10000; ++i, log.take())
+        ASSERT_EQ(pool->allocate(&buffer), C2_OK);
     for (auto& thread : threads)
         thread.join();
+    buffer.reset();
     EXPECT_EQ(host::LiveImports(), imports);
     EXPECT_EQ(OpenDescriptors(), descriptors);
 }

@@ -180,7 +180,7 @@ TEST_F(ParamUpdaterTest, IntegersAreReadToTheirBorders) {
         for (const char* text : {"2147483648", "-2147483649", "99999999999999999999"})
             EXPECT_THROW(updater.updateParamsFromMessage({{key, text}}, &params),
                          std::out_of_range);
-        for (const char* text : {"abc", "", "-", "- 1"})
+        for (const char* text : {"abc", "", "-", "+", " ", "- 1"})
             EXPECT_THROW(updater.updateParamsFromMessage({{key, text}}, &params),
                          std::invalid_argument);
     }

@@ -1,6 +1,8 @@
 #include <lx2/LX2StreamParser.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <tuple>
@@ -248,6 +250,25 @@ TEST_F(StreamParserTest, LogsWhatTheLevelLetsThrough) {
     gC2LogLevel = kDebug;
     FindHeaders<Hevc>(Unit(0x2601, 50));
     EXPECT_EQ(log.take().back(), Debug(kTag, "No header detected!"));
+}
+
+TEST_F(StreamParserTest, CutsRealStreamsAsThePlainScanDoes) {
+    for (const char* name : {"avc.264", "hevc.265", "vp9.ivf"}) {
+        std::ifstream file(std::string(LX2_SAMPLES_DIR "/") + name, std::ios::binary);
+        for (size_t shift = 0; shift < 16; ++shift) {
+            Bytes stream(shift, 0xFF);
+            file.clear();
+            file.seekg(0);
+            stream.insert(stream.end(), std::istreambuf_iterator<char>(file), {});
+            ASSERT_GT(stream.size(), 10000u) << name;
+            const size_t end = stream.size() - 3;
+            for (size_t p = 0; p < end; ++p) {
+                const size_t plain = FindStartCodePlain(stream.data(), p, end);
+                ASSERT_EQ(FindStartCode(stream.data(), p, end), plain) << name;
+                p = plain;
+            }
+        }
+    }
 }
 
 TEST(NalTypeTest, NamesTypes) {
