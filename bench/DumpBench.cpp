@@ -90,4 +90,3 @@ BENCHMARK_CAPTURE(Dump, RGBA8888, lx2::PixFormat::RGBA8888);
 
 }  // namespace
 
-BENCHMARK_MAIN();

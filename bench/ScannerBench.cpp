@@ -173,4 +173,3 @@ BENCHMARK(ReadMemory)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();

@@ -44,7 +44,7 @@ void LX2ColorConverter::Engine::destroySurface(uint32_t* surface) {
 // changes between RGB and YUV, so it always has room for the larger.
 blit::SurfaceDef* LX2ColorConverter::Engine::clearedDef(const Side& side, size_t size) {
     if (*side.def == nullptr)
-        side.def->reset(new (std::nothrow) blit::SurfaceDef);
+        side.def->reset(new (std::nothrow) blit::SurfaceDef{});
     if (*side.def != nullptr)
         memset(side.def->get(), 0, size);
     return side.def->get();

@@ -12,8 +12,9 @@ namespace {
 constexpr const char* kMimeVp8 = "video/x-vnd.on2.vp8";
 constexpr const char* kMimeVp9 = "video/x-vnd.on2.vp9";
 
-constexpr uint32_t kCodecConfig = C2StreamInitDataInfo::output::PARAM_TYPE & C2Param::CORE_MASK;
-static_assert(kCodecConfig == 0x10809);
+// The core index of codec-specific data, with its flexible flag.
+constexpr uint32_t kCodecConfig = 0x10809;
+static_assert((C2StreamInitDataInfo::output::PARAM_TYPE & 0x1FFFF) == kCodecConfig);
 
 }  // namespace
 

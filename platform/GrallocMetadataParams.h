@@ -97,7 +97,7 @@ static_assert(sizeof(StatisticsParam) == 44);
 template <typename Param>
 std::unique_ptr<C2Param> MakeParam(Param param, size_t size = sizeof(Param)) {
     param.header = {static_cast<uint32_t>(size), Param::kIndex};
-    return C2Param::Copy(*C2Param::From(&param, size));
+    return C2Param::Copy(*reinterpret_cast<const C2Param*>(&param));
 }
 
 }  // namespace lx2

@@ -117,15 +117,17 @@ std::shared_ptr<LX2Buffer> LX2GraphicBufferPoolImpl::wrap(
 LX2Status LX2GraphicBufferPoolImpl::allocate(std::shared_ptr<LX2Buffer>* out) {
     if (out == nullptr)
         return LX2_ERROR;
-    out->reset();
     if (mPool == nullptr) {
         LX2_LOGE("LX2GraphicBufferPoolImpl::allocate: No pool to allocate!");
+        out->reset();
         return C2_NO_INIT;
     }
     if (mWidth == 0 || mHeight == 0 || mFormat == 0) {
         LX2_LOGE("LX2GraphicBufferPoolImpl::allocate: resolution and pixel-format not specified!");
+        out->reset();
         return C2_NO_INIT;
     }
+    out->reset();
     if (takeRecycled(out))
         return C2_OK;
     std::shared_ptr<C2GraphicBlock> block;

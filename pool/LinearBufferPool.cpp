@@ -39,15 +39,17 @@ LX2Status LX2LinearBufferPool::setUsage(uint64_t usage) {
 LX2Status LX2LinearBufferPool::allocate(std::shared_ptr<LX2Buffer>* out) {
     if (out == nullptr)
         return LX2_ERROR;
-    out->reset();
     if (mPool == nullptr) {
         LX2_LOGE("LX2LinearBufferPool::allocate: No pool to allocate!");
+        out->reset();
         return C2_NO_INIT;
     }
     if (mBufferSize == 0) {
         LX2_LOGE("LX2LinearBufferPool::allocate: buffer-size not provided!");
+        out->reset();
         return C2_NO_INIT;
     }
+    out->reset();
     std::shared_ptr<C2LinearBlock> block;
     const LX2Status status = mPool->fetchLinearBlock(mBufferSize, C2MemoryUsage(mUsage), &block);
     if (status != C2_OK) {

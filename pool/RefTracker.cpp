@@ -22,7 +22,8 @@ LX2Status RefTracker::holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buff
     if (buffer == nullptr || buffer->type() != C2BufferData::GRAPHIC)
         return LX2_BAD_ARG;
     LX2_LOGT("REF: Added Ref for graphic buf with id:%lu", PlatformId(buffer));
-    return mHeld.emplace(id, std::move(buffer)).second ? C2_OK : C2_CANNOT_DO;
+    // A buffer that is refused stays in the argument, which goes after the lock.
+    return mHeld.try_emplace(id, std::move(buffer)).second ? C2_OK : C2_CANNOT_DO;
 }
 
 LX2Status RefTracker::dropReference(uint64_t id) {
@@ -70,10 +71,10 @@ LX2Status RefTracker::getPreFetchedAndAvailable(std::shared_ptr<LX2Buffer>* out)
 }
 
 LX2Status RefTracker::reset() {
-    // Emptied under the lock, released after it: the deleters may call back.
-    decltype(mHeld) held;
-    decltype(mStashed) stashed;
+    // Emptied under the lock, released after it, the held ones first: the deleters may call back.
     decltype(mAvailable) available;
+    decltype(mStashed) stashed;
+    decltype(mHeld) held;
     std::lock_guard<std::mutex> guard(mLock);
     held.swap(mHeld);
     stashed.swap(mStashed);

@@ -33,6 +33,8 @@ TEST(BundleTest, PutReplacesAndEmplaceKeeps) {
     EXPECT_FALSE(bundle.emplace("key", Bundle::Item(uint64_t{9})));
     EXPECT_EQ(bundle.get<uint64_t>("key", 0), 7u);
     EXPECT_EQ(bundle.find("key")->second.tag(), 4u);
+    EXPECT_EQ(bundle.put(bundle.begin()->first, uint64_t{11}), C2_OK) << "its own key";
+    EXPECT_EQ(bundle.get<uint64_t>("key", 0), 11u);
 }
 
 TEST(BundleTest, ItemOfAnotherTagReadsLikeAMissingKey) {

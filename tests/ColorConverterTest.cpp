@@ -1,9 +1,8 @@
 #include <lx2/LX2ColorConverter.h>
 #include <lx2/PixFormat.h>
-#include <lx2host/FrameLayout.h>
 #include <lx2host/VideoCore.h>
 
-#include <cmath>
+#include <cstring>
 #include <random>
 #include <thread>
 
@@ -15,7 +14,9 @@ namespace {
 
 using host::Frame;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
 
 constexpr char kTag[] = "LX2ColorConverter";
 constexpr uint32_t kYuvFormats[] = {PixFormat::I420,
@@ -44,28 +45,6 @@ Frame Read(const LX2Buffer& buffer) {
                             view->height());
 }
 
-// Any bytes, for RGBA in its two layouts.
-std::shared_ptr<LX2Buffer> FilledWithNoise(uint32_t format, uint32_t width, uint32_t height) {
-    auto buffer = GraphicBuffer(width, height, format);
-    const auto mapping = buffer->graphic()->map();
-    std::mt19937 random(7);
-    for (uint32_t i = 0; i < mapping->size(); ++i)
-        mapping->data()[i] = static_cast<uint8_t>(random());
-    return buffer;
-}
-
-std::vector<uint8_t> Pixels(const LX2Buffer& buffer) {
-    const auto* view = buffer.graphic();
-    const auto plane = host::LayoutOf(view->format(), view->width(), view->height())->planes[0];
-    const auto mapping = view->mapReadOnly();
-    std::vector<uint8_t> pixels;
-    for (uint32_t y = 0; y < view->height(); ++y) {
-        for (uint32_t x = 0; x < view->width() * 4; ++x)
-            pixels.push_back(mapping->data()[plane.valueAt(x / 4, x % 4, y)]);
-    }
-    return pixels;
-}
-
 class ColorConverterTest : public Fixture {
   protected:
     // The result of converting into a fresh buffer, which is kept as target.
@@ -80,76 +59,47 @@ class ColorConverterTest : public Fixture {
 };
 
 TEST_F(ColorConverterTest, ConvertsEveryPairOfYuvFormatsExactly) {
-    for (uint32_t from : kYuvFormats) {
-        const Frame frame = host::TestFrame(200, 130, DepthOf(from), 5);
-        const auto source = Filled(from, frame);
-        for (uint32_t to : kYuvFormats) {
-            ASSERT_EQ(convert(source, to), 0) << PixFormat::Str(from) << PixFormat::Str(to);
-            EXPECT_THAT(log.take(), IsEmpty());
-            EXPECT_TRUE(Read(*target) == frame.withBitDepth(DepthOf(to)))
-                << PixFormat::Str(from) << " to " << PixFormat::Str(to);
+    for (const auto& [width, height] : {std::pair(200u, 130u), std::pair(131u, 67u)}) {
+        for (uint32_t from : kYuvFormats) {
+            Frame frame = host::TestFrame(width, height, DepthOf(from), 5);
+            // Of an odd size only the compressed formats keep the last chroma column and row: here
+            // they are as the others extend them.
+            if (width % 2 != 0)
+                frame = Read(*Filled(PixFormat::I420, frame));
+            const auto source = Filled(from, frame);
+            for (uint32_t to : kYuvFormats) {
+                ASSERT_EQ(convert(source, to), 0) << PixFormat::Str(from) << PixFormat::Str(to);
+                EXPECT_THAT(log.take(), IsEmpty());
+                EXPECT_TRUE(Read(*target) == frame.withBitDepth(DepthOf(to)))
+                    << PixFormat::Str(from) << " to " << PixFormat::Str(to) << " " << width;
+            }
         }
     }
 }
 
-TEST_F(ColorConverterTest, ConvertsFramesOfAnOddSize) {
-    const Frame frame = host::TestFrame(131, 67, 8, 2);
-    for (uint32_t from : kYuvFormats) {
-        for (uint32_t to : kYuvFormats) {
-            ASSERT_EQ(convert(Filled(from, frame), to), 0)
-                << PixFormat::Str(from) << " to " << PixFormat::Str(to);
-            const Frame result = Read(*target).withBitDepth(8);
-            EXPECT_EQ(result.y, frame.y);
-            for (uint32_t y = 0; y < 33; ++y)
-                EXPECT_TRUE(
-                    std::equal(&frame.cr[y * 66], &frame.cr[y * 66 + 65], &result.cr[y * 66]));
-        }
-    }
-}
-
-// Against the floating-point form of BT.601.
-TEST_F(ColorConverterTest, ConvertsColoursWithinRounding) {
+// What colours become is the video core's affair; here they become the same by every way.
+TEST_F(ColorConverterTest, ConvertsBetweenRgbAndYuv) {
+    const Frame frame = host::TestFrame(62, 34, 8, 9);
     for (uint32_t rgb : kRgbFormats) {
+        const auto source = Filled(rgb, frame);
         for (uint32_t yuv : kYuvFormats) {
             SCOPED_TRACE(std::string(PixFormat::Str(rgb)) + " and " + PixFormat::Str(yuv));
-            const auto noise = FilledWithNoise(rgb, 62, 34);
-            const auto pixels = Pixels(*noise);
-            ASSERT_EQ(convert(noise, yuv), 0);
-            const Frame result = Read(*target).withBitDepth(8);
-            for (size_t i = 0; i < result.y.size(); ++i) {
-                const uint8_t* p = &pixels[4 * i];
-                ASSERT_NEAR(result.y[i],
-                            16 + (65.738 * p[0] + 129.057 * p[1] + 25.064 * p[2]) / 256, 0.51);
-            }
-            double cb = 0, cr = 0;
-            for (size_t i : {0, 1, 62, 63}) {
-                const uint8_t* p = &pixels[4 * i];
-                cb += 32 + (-37.945 * p[0] - 74.494 * p[1] + 112.439 * p[2]) / 1024;
-                cr += 32 + (112.439 * p[0] - 94.154 * p[1] - 18.285 * p[2]) / 1024;
-            }
-            EXPECT_NEAR(result.cb[0], cb, 0.51);
-            EXPECT_NEAR(result.cr[0], cr, 0.51);
-
-            const auto clamp = [](double value) { return std::min(255.0, std::max(0.0, value)); };
-            const Frame frame = host::TestFrame(62, 34, 8, 9);
+            ASSERT_EQ(convert(source, yuv), 0);
+            EXPECT_EQ(Read(*target).withBitDepth(8).y, Read(*source).y);
             ASSERT_EQ(convert(Filled(yuv, frame), rgb), 0);
-            const auto back = Pixels(*target);
-            for (uint32_t i = 0; i < frame.y.size(); ++i) {
-                const uint32_t at = i / 62 / 2 * 31 + i % 62 / 2;
-                const double y = 1.16438 * (frame.y[i] - 16);
-                const int u = frame.cb[at] - 128, v = frame.cr[at] - 128;
-                ASSERT_NEAR(back[4 * i], clamp(y + 1.59603 * v), 0.51);
-                ASSERT_NEAR(back[4 * i + 1], clamp(y - 0.39176 * u - 0.81297 * v), 0.51);
-                ASSERT_NEAR(back[4 * i + 2], clamp(y + 2.01723 * u), 0.51);
-                ASSERT_EQ(back[4 * i + 3], 255);
-            }
-        }
-        for (uint32_t other : kRgbFormats) {
-            const auto noise = FilledWithNoise(rgb, 61, 35);
-            ASSERT_EQ(convert(noise, other), 0);
-            EXPECT_EQ(Pixels(*target), Pixels(*noise));
+            EXPECT_EQ(Read(*target).y, Read(*source).y);
         }
     }
+    // All four channels, through the tiles and back.
+    const auto noise = Filled(PixFormat::RGBA8888, frame);
+    const auto bytes = noise->graphic()->map();
+    std::mt19937 random(7);
+    std::generate_n(bytes->data(), bytes->size(), std::ref(random));
+    ASSERT_EQ(convert(noise, PixFormat::RGBA8888_CMPX), 0);
+    ASSERT_EQ(convert(std::shared_ptr<LX2Buffer>(target), PixFormat::RGBA8888), 0);
+    const auto result = target->graphic()->mapReadOnly();
+    for (uint32_t y = 0; y < 34; ++y)
+        EXPECT_EQ(memcmp(bytes->data() + y * 256, result->data() + y * 256, 62 * 4), 0) << y;
 }
 
 TEST_F(ColorConverterTest, GivesTheTargetTheSourcesCropBeforeItChecksAnything) {
@@ -196,34 +146,35 @@ TEST_F(ColorConverterTest, FailsWithoutAPlatformBuffer) {
     }
 }
 
-TEST_F(ColorConverterTest, FailsForBuffersThatAreTooSmallOrCannotBeMapped) {
-    const auto source = GraphicBuffer(64, 64, PixFormat::YV12);
-    const auto small = GraphicBuffer(64, 64, PixFormat::MIREL_NV12);
-    small->graphic()->setAllocSize(4096);
-    EXPECT_EQ(converter.convert(source->graphic(), small->graphic()), -1);
-    auto lines = log.take();
-    EXPECT_EQ(lines.back(), Error(kTag, "convert: convert failed"));
-    EXPECT_THAT(lines[lines.size() - 2].text,
-                ::testing::EndsWith("mSrcSize 8192, srcSize 8192, mDstSize 393216, dstSize 4096"));
-    small->graphic()->setAllocSize(0);
-    EXPECT_EQ(converter.convert(source->graphic(), small->graphic()), -1);
-    EXPECT_THAT(log.take().back().text,
-                ::testing::MatchesRegex(
-                    "convert: failed to get buffer base addr .src 0x[0-9a-f]+, dst .nil.."));
-}
-
-TEST_F(ColorConverterTest, ReleasesTheTargetFirst) {
+TEST_F(ColorConverterTest, ReleasesTheTargetFirstAlsoWhenItFails) {
     const auto source = GraphicBuffer(64, 64, PixFormat::YV12);
     target = GraphicBuffer(64, 64, PixFormat::MIREL_NV12);
+    const int from = source->graphic()->fd(), to = target->graphic()->fd();
     std::vector<std::pair<int, uint64_t>> seen;
     host::SetSyncHook([&](int fd, uint64_t flags) {
         seen.emplace_back(fd, flags);
         return 0;
     });
-    EXPECT_EQ(converter.convert(source->graphic(), target->graphic()), 0);
-    const int from = source->graphic()->fd(), to = target->graphic()->fd();
-    EXPECT_THAT(seen, ElementsAre(std::pair(from, 3u), std::pair(to, 3u), std::pair(to, 7u),
-                                  std::pair(from, 7u)));
+    const auto convertOnce = [&] {
+        seen.clear();
+        const int32_t status = converter.convert(source->graphic(), target->graphic());
+        EXPECT_THAT(seen, ElementsAre(std::pair(from, 3u), std::pair(to, 3u), std::pair(to, 7u),
+                                      std::pair(from, 7u)));
+        return status;
+    };
+    EXPECT_EQ(convertOnce(), 0);
+    log.take();
+    target->graphic()->setAllocSize(4096);
+    EXPECT_EQ(convertOnce(), -1);
+    EXPECT_THAT(log.takeTexts(),
+                ElementsAre(EndsWith("mSrcSize 8192, srcSize 8192, mDstSize 393216, dstSize 4096"),
+                            "convert: convert failed"));
+    // The target can't be mapped, so its access ends at once.
+    target->graphic()->setAllocSize(0);
+    EXPECT_EQ(convertOnce(), -1);
+    EXPECT_THAT(log.take().back().text,
+                MatchesRegex("convert: failed to get buffer base addr .src 0x[0-9a-f]+, dst "
+                             ".nil.."));
 }
 
 TEST_F(ColorConverterTest, ThreadsTakeTurns) {

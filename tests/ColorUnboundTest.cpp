@@ -8,6 +8,9 @@
 namespace lx2::test {
 namespace {
 
+using ::testing::ElementsAre;
+using ::testing::MatchesRegex;
+
 struct Breakage {
     const char* name;
     const char* reason;
@@ -20,20 +23,15 @@ TEST_P(ColorUnboundTest, SaysWhyAndFailsEveryConversion) {
     const auto target = GraphicBuffer(64, 64, PixFormat::YV12);
     log.take();
     LX2ColorConverter converter;
-    const auto lines = log.take();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].priority, ANDROID_LOG_ERROR);
-    EXPECT_THAT(lines[0].text, ::testing::MatchesRegex(GetParam().reason));
-
-    EXPECT_EQ(converter.convert(source->graphic(), target->graphic()), -1);
-    EXPECT_EQ(converter.convert(source->graphic(), target->graphic()), -1);
-    EXPECT_THAT(
-        log.take(),
-        ::testing::ElementsAre(
-            Error("LX2GBXEngine", "configure: configure failed, gbx disabled"),
-            Error("LX2ColorConverter", "convert: configure gbx engine failed"),
-            Error("LX2GBXEngine", "convert:  can't do color conversion now (enable 0, config 0)"),
-            Error("LX2ColorConverter", "convert: convert failed")));
+    EXPECT_THAT(log.takeTexts(), ElementsAre(MatchesRegex(GetParam().reason)));
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(converter.convert(source->graphic(), target->graphic()), -1);
+    EXPECT_THAT(log.take(),
+                ElementsAre(Error("LX2GBXEngine", "configure: configure failed, gbx disabled"),
+                            Error("LX2ColorConverter", "convert: configure gbx engine failed"),
+                            Error("LX2GBXEngine",
+                                  "convert:  can't do color conversion now (enable 0, config 0)"),
+                            Error("LX2ColorConverter", "convert: convert failed")));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -324,10 +324,46 @@ TEST_F(GraphicPoolTest, CallbackMayDropReferencesItself) {
     auto dropper = std::make_shared<Dropper>();
     dropper->pool = pool.get();
     pool->registerCallback(dropper);
-    pool->allocate(&buffer);
-    pool->holdReference(1, std::move(buffer));
-    EXPECT_EQ(pool->dropReference(1), C2_OK);
-    EXPECT_EQ(dropper->status, C2_CANNOT_DO);
+    const std::function<LX2Status()> lastReferenceGoes[] = {
+        [&] { return pool->dropReference(1); }, [&] { return pool->dropAllReferences(); },
+        [&] { return pool->holdReference(1, std::move(buffer)); },  // refused: the id is in use
+    };
+    for (const auto& go : lastReferenceGoes) {
+        pool->allocate(&buffer);
+        pool->holdReference(1, std::move(buffer));
+        pool->allocate(&buffer);
+        dropper->status = C2_OK;
+        go();
+        EXPECT_EQ(dropper->status, C2_CANNOT_DO);
+    }
+}
+
+TEST_F(GraphicPoolTest, HeldBuffersGoFirstWhenDroppedAndLastWithThePool) {
+    auto watcher = std::make_shared<Watcher>();
+    pool->registerCallback(watcher);
+    // One buffer is held, one parked behind it, one parked whose hold was dropped. Gives the first.
+    const auto fill = [&] {
+        LX2Buffer* held = nullptr;
+        for (uint64_t id : {1, 2}) {
+            auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
+            c2->offered = {allocation, allocation};
+            pool->allocate(&buffer);
+            held = buffer.get();
+            pool->holdReference(id, std::move(buffer));
+            EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
+        }
+        pool->dropReference(1);
+        watcher->gone.clear();
+        return held;
+    };
+    LX2Buffer* held = fill();
+    EXPECT_EQ(pool->dropAllReferences(), C2_OK);
+    EXPECT_EQ(watcher->gone.size(), 3u);
+    EXPECT_EQ(watcher->gone.front(), held);
+    held = fill();
+    pool.reset();
+    EXPECT_EQ(watcher->gone.size(), 3u);
+    EXPECT_EQ(watcher->gone.back(), held);
 }
 
 TEST_F(GraphicPoolTest, SlotsComeBackAndBlockWhenAllAreOut) {

@@ -52,7 +52,9 @@ uint64_t TimestampOf(const Params& params) {
 }  // namespace
 
 void Framework::complain(const Promise& promise, const std::string& what) {
-    mComplaints.push_back("frame " + std::to_string(promise.frameIndex) + ": " + what);
+    constexpr size_t kComplaintsKept = 10;
+    if (mComplaints.size() < kComplaintsKept)
+        mComplaints.push_back("frame " + std::to_string(promise.frameIndex) + ": " + what);
 }
 
 void Framework::check(const std::shared_ptr<C2Buffer>& buffer, const Promise& promise) {
@@ -79,18 +81,16 @@ void Framework::check(const std::shared_ptr<C2Buffer>& buffer, const Promise& pr
                  promise.hdr ? "no HDR static info" : "HDR static info that nobody promised");
 }
 
-bool Framework::receive(std::shared_ptr<C2Buffer> buffer, const Promise& promise) {
-    const size_t before = mComplaints.size();
+void Framework::receive(std::shared_ptr<C2Buffer> buffer, const Promise& promise) {
     if (buffer == nullptr) {
         complain(promise, "no buffer");
-        return false;
+        return;
     }
     ++mReceived;
     check(buffer, promise);
     mKept.push_back(std::move(buffer));
     if (mKept.size() > mDepth)
         releaseOldest();
-    return mComplaints.size() == before;
 }
 
 bool Framework::releaseOldest() {

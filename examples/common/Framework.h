@@ -39,13 +39,14 @@ class Framework {
         mOnRelease = std::move(callback);
     }
 
-    // False when the buffer is not what was promised; complaints() says why.
-    bool receive(std::shared_ptr<C2Buffer> buffer, const Promise& promise);
+    // Takes a buffer; complaints() says where it is not what was promised.
+    void receive(std::shared_ptr<C2Buffer> buffer, const Promise& promise);
 
     // Gives the oldest kept buffer back; false when none is kept.
     bool releaseOldest();
     void releaseAll();
 
+    // The first of them, one line each.
     const std::vector<std::string>& complaints() const { return mComplaints; }
     uint64_t received() const { return mReceived; }
 

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <utility>
 
 namespace lx2::example {
@@ -31,6 +32,15 @@ bool StampFrame(const C2Handle* handle, uint64_t timestamp) {
     if (record != nullptr)
         native_handle_delete(record);
     return stamped;
+}
+
+uint64_t ResidentKiB() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("VmRSS:", 0) == 0)
+            return std::stoull(line.substr(6));
+    }
+    return 0;
 }
 
 using FindHeaders = LX2Status (*)(const uint8_t*, uint32_t, uint32_t*);
@@ -81,7 +91,11 @@ Component::~Component() {
 }
 
 void Component::fail(const std::string& what) {
-    mStatistics.errors.push_back(what);
+    constexpr size_t kErrorsKept = 10;
+    if (mStatistics.errors.size() < kErrorsKept)
+        mStatistics.errors.push_back(what);
+    else
+        ++mStatistics.furtherErrors;
     mOutput->log(what.c_str());
 }
 
@@ -156,6 +170,7 @@ void Component::finish() {
     if (!error.empty())
         fail("end of stream: " + error);
     drain();
+    mStatistics.memoryLate = ResidentKiB();
     while (!mReferences.empty())
         dropOldestReference();
     mOutputPool->dropAllReferences();
@@ -260,6 +275,8 @@ void Component::deliver(const DecodedFrame& frame) {
     if (!error.empty())
         fail(name + error);
     ++mStatistics.frames;
+    if (mStatistics.frames == 1000)
+        mStatistics.memoryEarly = ResidentKiB();
     ++mStatistics.formats[std::to_string(frame.picture.width) + "x" +
                           std::to_string(frame.picture.height) + " " +
                           PixFormat::Str(buffer->graphic()->format())];

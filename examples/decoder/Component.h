@@ -32,7 +32,10 @@ struct Statistics {
     uint64_t deleted = 0;                     // buffers that the pool told were gone
     std::map<std::string, uint64_t> formats;  // frames by "WxH FORMAT"
     std::string color;                        // of the last frame
-    std::vector<std::string> errors;          // in the order they came, one line each
+    std::vector<std::string> errors;          // the first of them, one line each
+    uint64_t furtherErrors = 0;
+    uint64_t memoryEarly = 0;  // KiB resident at frame 1000
+    uint64_t memoryLate = 0;   // and at the end
 };
 
 class Component {

@@ -56,6 +56,10 @@ void PrintSummary(const InputStream& input, const Statistics& statistics,
     PrintCount("buffers recycled", statistics.recycled);
     PrintCount("waits for a buffer", statistics.starved);
     PrintCount("deletions reported", statistics.deleted);
+    if (statistics.memoryEarly > 0) {
+        PrintCount("KiB at frame 1000", statistics.memoryEarly);
+        PrintCount("KiB at the end", statistics.memoryLate);
+    }
     for (const std::string& file : output.frameFiles())
         printf("  %-22s %s\n", "wrote", file.c_str());
 }
@@ -78,13 +82,16 @@ bool DecodeStream(const InputStream& input, const Settings& settings) {
     component.finish();
     if (!input.damage().empty())
         printf("error: %s\n", input.damage().c_str());
-    for (const std::string& error : component.statistics().errors)
+    const Statistics& statistics = component.statistics();
+    for (const std::string& error : statistics.errors)
         printf("error: %s\n", error.c_str());
+    if (statistics.furtherErrors > 0)
+        printf("error: and %llu more\n", static_cast<unsigned long long>(statistics.furtherErrors));
     for (const std::string& complaint : framework.complaints())
         printf("framework: %s\n", complaint.c_str());
-    PrintSummary(input, component.statistics(), output);
-    return input.damage().empty() && component.statistics().errors.empty() &&
-           framework.complaints().empty();
+    PrintSummary(input, statistics, output);
+    PrintCount("frames shown", framework.received());
+    return input.damage().empty() && statistics.errors.empty() && framework.complaints().empty();
 }
 
 int Run(const Settings& settings) {

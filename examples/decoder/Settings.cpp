@@ -1,6 +1,6 @@
 #include "Settings.h"
 
-#include <cstring>
+#include <cstdlib>
 
 namespace lx2::example {
 
@@ -10,12 +10,13 @@ const char* const kUsage =
     "  --out DIR         write bitstream.<ext>, frames.yuv and component.log to DIR\n"
     "  --set NAME=VALUE  set a parameter of the component; any number of times\n"
     "  --params          list the component's parameters and stop\n"
-    "  --verbose         describe every buffer\n";
+    "  --verbose         describe every buffer\n"
+    "  --slots N         let the surface have N buffers (10)\n";
 
 bool ParseArguments(int argc, char** argv, Settings* settings, std::string* error) {
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
-        const bool takesValue = argument == "--out" || argument == "--set";
+        const bool takesValue = argument == "--out" || argument == "--set" || argument == "--slots";
         if (takesValue && i + 1 == argc) {
             *error = argument + " needs a value";
             return false;
@@ -24,6 +25,8 @@ bool ParseArguments(int argc, char** argv, Settings* settings, std::string* erro
             settings->out = argv[++i];
         else if (argument == "--set")
             settings->parameters.emplace_back(argv[++i]);
+        else if (argument == "--slots")
+            settings->slots = std::strtoul(argv[++i], nullptr, 10);
         else if (argument == "--params")
             settings->listParameters = true;
         else if (argument == "--verbose")

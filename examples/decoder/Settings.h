@@ -14,9 +14,9 @@ struct Settings {
     bool listParameters = false;
     bool verbose = false;  // describe every buffer
     bool help = false;
+    size_t slots = 10;  // of the surface
 
     // The component's own, which a user has no reason to change.
-    size_t slots = 10;          // of the surface
     size_t references = 4;      // frames that the decoder holds
     size_t frameworkDepth = 3;  // buffers that the framework keeps
 };

@@ -98,7 +98,9 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     // Values and configuration updates are not part of it.
     std::shared_ptr<C2Buffer> getSharedBuffer();
 
-    // Describe a buffer in one line, at most outSize bytes with the terminating zero. Return out.
+    // Describe a buffer in one line, at most outSize bytes with the terminating zero. Return out,
+    // which may be null. An LX2Buffer of a kind that is neither linear nor graphic leaves out as it
+    // was: pass a cleared array.
     static char* AsString(std::shared_ptr<LX2Buffer> buffer, char* out, uint32_t outSize);
     static char* AsString(std::shared_ptr<C2Buffer> buffer, char* out, uint32_t outSize);
 
@@ -137,8 +139,9 @@ class LX2_API LX2Buffer::Mapping {
     uint32_t size() const { return mSize; }  // in bytes
     bool isWritable() const { return mWritable; }
 
-    // Starts access to fd and maps it with the given protection; null on failure, which is logged
-    // and ends the access again.
+    // Starts an access on the mapping's own descriptor and maps size bytes from the start of fd
+    // with the given PROT_ bits; offset serves messages only. The caller unmaps the result. Null on
+    // failure, which is logged and ends the access again.
     uint8_t* map(int fd, uint32_t offset, uint32_t size, int prot);
 
     // One synchronisation with dma_buf_sync flags, to hand the memory to the hardware and back
@@ -165,11 +168,15 @@ class LX2_API LX2Buffer::Linear {
     // Of a block in a framework buffer: read-only, the block is not kept.
     Linear(LX2Buffer* parent, const C2ConstLinearBlock& block);
 
-    // Reads range, capacity and handle anew; ignored by an invalid view.
+    Linear(const Linear&) = delete;
+    Linear& operator=(const Linear&) = delete;
+
+    // Reads range, capacity and handle anew; ignored by an invalid view. A block without a
+    // descriptor is logged and makes the view invalid.
     void init(const C2ConstLinearBlock& block);
 
     bool isValid() const { return mValid; }
-    int32_t fd() const { return mFd; }               // not owned; -1 when invalid
+    int32_t fd() const { return mFd; }               // not owned; -1 while none was read
     uint32_t offset() const { return mOffset; }      // start of the valid range, bytes
     uint32_t size() const { return mSize; }          // length of the valid range, bytes
     uint32_t capacity() const { return mCapacity; }  // length of the block, bytes

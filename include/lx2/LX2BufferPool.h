@@ -50,7 +50,8 @@ class LX2_API LX2BufferDeleteCallback {
     virtual ~LX2BufferDeleteCallback();
 
     // buffer: the address that the destroyed buffer had, an identity and nothing more. Called on
-    // the thread that released the last reference.
+    // the thread that released the last reference, with no lock of the pool's held: references may
+    // be held and dropped from here.
     virtual void onBufferDeleted(LX2Buffer* buffer) = 0;
 };
 
@@ -77,7 +78,8 @@ class LX2_API LX2GraphicBufferPool {
     // A PixFormat value; a compressed one makes the pool ask for the compressed layout. C2_OK.
     virtual LX2Status setFormat(uint32_t format) = 0;
 
-    // C2MemoryUsage bits. The request for the compressed layout is not taken back. C2_OK.
+    // C2MemoryUsage bits. While the format is a compressed one, the request for the compressed
+    // layout is not taken back. C2_OK.
     virtual LX2Status setUsage(uint64_t usage) = 0;
 
     // Hands out a parked buffer whose hold was dropped and whose geometry still fits, or fetches

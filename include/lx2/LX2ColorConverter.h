@@ -18,7 +18,7 @@ namespace lx2 {
 
 class LX2_API LX2ColorConverter {
   public:
-    class Engine;
+    class LX2_LOCAL Engine;
 
     // One side's geometry.
     struct Format {

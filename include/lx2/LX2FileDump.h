@@ -54,7 +54,7 @@ class LX2_API LX2FileDump {
     // more of it.
     LX2Status write(std::shared_ptr<C2Buffer> buffer);
 
-    class Impl;
+    class LX2_LOCAL Impl;
 
   private:
     std::shared_ptr<Impl> mImpl;

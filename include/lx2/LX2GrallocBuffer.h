@@ -107,7 +107,8 @@ class LX2_API LX2GrallocBuffer : public LX2PlatformBuffer {
 // when the library is unloaded. Safe to call from any thread.
 class LX2_API LX2Mapper3Helper {
   public:
-    // The instance. Never null.
+    // The instance. Never null. Of threads that race for the first one the last to make it wins,
+    // and the others' instances go: keep the pointer for no longer than a call.
     static LX2Mapper3Helper* Get();
 
     LX2Mapper3Helper();

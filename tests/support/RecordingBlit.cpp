@@ -3,6 +3,9 @@
 #include <BlitInterface.h>
 #include <lx2/Export.h>
 
+#include <cstring>
+#include <sstream>
+
 using lx2::test::RecordingBlit;
 
 namespace {
@@ -12,10 +15,19 @@ RecordingBlit& Recording() {
     return recording;
 }
 
-int32_t Note(const char* name, std::vector<uint64_t> arguments, const void* record = nullptr,
+int32_t Note(const char* name, const std::vector<uint64_t>& arguments, const void* record = nullptr,
              size_t size = 0) {
-    const auto* bytes = static_cast<const uint8_t*>(record);
-    Recording().calls.push_back({name, std::move(arguments), {bytes, bytes + size}});
+    std::ostringstream call;
+    call << name << std::hex;
+    for (uint64_t argument : arguments)
+        call << ' ' << argument;
+    call << (record != nullptr ? " |" : "");
+    for (size_t at = 0; at < size; at += sizeof(uint64_t)) {
+        uint64_t word;
+        memcpy(&word, static_cast<const uint8_t*>(record) + at, sizeof(word));
+        call << ' ' << word;
+    }
+    Recording().calls.push_back(call.str());
     auto& statuses = Recording().statuses[name];
     if (statuses.empty())
         return 0;
@@ -72,17 +84,10 @@ LX2_API int32_t gbxUnMapAddr(uint64_t gpu) {
     return Note("UnMapAddr", {gpu});
 }
 
-LX2_API int32_t gbxReadSurface() {
-    return Note("ReadSurface", {});
-}
-
-LX2_API int32_t gbxFlush() {
-    return Note("Flush", {});
-}
-
-LX2_API int32_t gbxWaitTimestamp() {
-    return Note("WaitTimestamp", {});
-}
+// Bound, never called.
+LX2_API void gbxReadSurface() {}
+LX2_API void gbxFlush() {}
+LX2_API void gbxWaitTimestamp() {}
 
 #ifndef LX2_WITHOUT_FINISH
 LX2_API int32_t gbxFinish(uint32_t target) {

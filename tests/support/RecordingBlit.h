@@ -10,20 +10,14 @@
 
 namespace lx2::test {
 
-struct BlitCall {
-    std::string name;                 // without its prefix
-    std::vector<uint64_t> arguments;  // numbers, in order; not the records
-    std::vector<uint8_t> record;
-};
-
 struct RecordingBlit {
-    std::vector<BlitCall> calls;
+    // Each without its prefix, with its numbers in hex: "Finish 4". Behind " |" a record, all of
+    // it, as 64-bit words.
+    std::vector<std::string> calls;
     // What the next calls of a name return, in order; 0 once used up.
     std::map<std::string, std::deque<int32_t>> statuses;
     uint32_t nextSurface = 1;
     uint64_t nextAddress = 0x1000000;
-
-    void reset() { *this = RecordingBlit(); }
 };
 
 // Exported by the library under this name.

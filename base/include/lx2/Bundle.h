@@ -54,7 +54,7 @@ class Bundle {
     // C2_OK; LX2_ERROR, with an error line, when the entry could not be inserted.
     template <typename T>
     LX2Status put(const std::string& key, T value) {
-        mItems.erase(key);
+        const auto former = mItems.extract(key);  // holds the string that key may refer to
         if (mItems.emplace(key, Item(std::move(value))).second)
             return C2_OK;
         LogEmplaceFailure(key);
