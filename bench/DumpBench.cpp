@@ -89,4 +89,3 @@ BENCHMARK_CAPTURE(MapAndOneWrite, RGBA8888, lx2::PixFormat::RGBA8888);
 BENCHMARK_CAPTURE(Dump, RGBA8888, lx2::PixFormat::RGBA8888);
 
 }  // namespace
-

@@ -172,4 +172,3 @@ BENCHMARK(Memmem)->Unit(benchmark::kMicrosecond);
 BENCHMARK(ReadMemory)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
-

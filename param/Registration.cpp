@@ -113,7 +113,8 @@ void ReflectedParamUpdater::addFields(const Structure& structure, const std::str
             mFieldsByName.emplace(name, FieldDesc{structure.param, CopyOf(field), offset});
         }
     }
-}
+    // The analyser loses the descriptor that the map owns now.
+}  // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks)
 
 void ReflectedParamUpdater::addStructField(const Structure& holder, const C2FieldDescriptor& field,
                                            const std::string& name, size_t offset) {

@@ -54,7 +54,8 @@ LX2Status LX2ColorHsi::preferredHsi(const std::string& mime,
     const bool takeCoded = !ClientComesFirst(mime) && codedAvailable &&
                            (HasMastering(coded) || !HasMastering(defaults));
     // Assigning a parameter would leave its header as it is. The output may be one of the sources.
-    memmove(static_cast<void*>(out), takeCoded ? &coded : &defaults, sizeof(*out));
+    const void* source = takeCoded ? &coded : &defaults;
+    memmove(static_cast<void*>(out), source, sizeof(*out));
     return C2_OK;
 }
 

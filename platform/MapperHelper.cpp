@@ -18,8 +18,8 @@ LX2Mapper3Helper* LX2Mapper3Helper::Get() {
     return sMapperHelper.get();
 }
 
-LX2Mapper3Helper::LX2Mapper3Helper() : mUsable(true) {
-    mMapper = IMapper::getService("default", false);
+LX2Mapper3Helper::LX2Mapper3Helper()
+    : mMapper(IMapper::getService("default", false)), mUsable(true) {
     if (mMapper == nullptr) {
         LX2_LOGE("Failed to get mapper service");
         mUsable = false;

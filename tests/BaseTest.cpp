@@ -13,19 +13,18 @@
 namespace lx2::test {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
+// The other programs of the family compare the bare numbers.
 TEST(StatusTest, CarriesTheFamilysNumbers) {
-    const std::pair<LX2Status, LX2Status> rows[] = {
-        {C2_OK, 0},        {LX2_ERROR, -1},    {LX2_BAD_ARG, -2},  {C2_NOT_FOUND, 2},
-        {C2_BLOCKING, 11}, {C2_NO_MEMORY, 12}, {C2_REFUSED, 13},   {C2_CORRUPTED, 14},
-        {C2_NO_INIT, 19},  {C2_BAD_VALUE, 22}, {C2_CANNOT_DO, 95}, {C2_TIMED_OUT, 110},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(row.first, row.second);
+    const LX2Status statuses[] = {C2_OK,       LX2_ERROR,    LX2_BAD_ARG,  C2_NOT_FOUND,
+                                  C2_BLOCKING, C2_NO_MEMORY, C2_REFUSED,   C2_CORRUPTED,
+                                  C2_NO_INIT,  C2_BAD_VALUE, C2_CANNOT_DO, C2_TIMED_OUT};
+    EXPECT_THAT(statuses, ElementsAre(0, -1, -2, 2, 11, 12, 13, 14, 19, 22, 95, 110));
 }
 
-TEST(BundleTest, PutReplacesAndEmplaceKeeps) {
+TEST(BundleTest, PutReplacesEmplaceKeepsAndGetReadsOneTagOnly) {
     Bundle bundle;
     EXPECT_EQ(bundle.put("key", uint64_t{5}), C2_OK);
     EXPECT_EQ(bundle.put("key", uint64_t{7}), C2_OK);
@@ -35,10 +34,6 @@ TEST(BundleTest, PutReplacesAndEmplaceKeeps) {
     EXPECT_EQ(bundle.find("key")->second.tag(), 4u);
     EXPECT_EQ(bundle.put(bundle.begin()->first, uint64_t{11}), C2_OK) << "its own key";
     EXPECT_EQ(bundle.get<uint64_t>("key", 0), 11u);
-}
-
-TEST(BundleTest, ItemOfAnotherTagReadsLikeAMissingKey) {
-    Bundle bundle;
     bundle.put("text", std::string("12"));
     bundle.put("signed", int64_t{12});
     for (const char* key : {"text", "signed", "missing"})
@@ -50,7 +45,7 @@ TEST(MemoryTest, CopiesNothingBeyondTheDestination) {
     EXPECT_EQ(memcpy_s(room, 2, "xyz", 3), ERANGE);
     EXPECT_EQ(memcpy_s(nullptr, 2, "xy", 2), EINVAL);
     EXPECT_EQ(memcpy_s(nullptr, 0, nullptr, 0), 0);
-    EXPECT_STREQ(room, "abc");
+    EXPECT_STREQ(room, "abc") << "untouched";
     EXPECT_EQ(memcpy_s(room, 2, "xy", 2), 0);
     EXPECT_STREQ(room, "xyc");
 }
@@ -72,8 +67,6 @@ TEST(PixFormatTest, CompressedFormatsHaveALinearCounterpart) {
         {PixFormat::MIREL_NV12_CMPX, PixFormat::MIREL_NV12},
         {PixFormat::MIREL_TP10, PixFormat::YV12},
         {PixFormat::MIREL_NV12, 0},
-        {PixFormat::MIREL_P010, 0},
-        {0x114, 0},
         {0, 0},
     };
     for (const auto& [format, counterpart] : rows) {
@@ -98,15 +91,12 @@ TEST(LogGateTest, FollowsTheLevelWord) {
     const Row rows[] = {
         {0x00000000, LogDetail::Debug, LogGroup::Buffer, false},
         {0x00000001, LogDetail::Debug, LogGroup::Buffer, true},
-        {0x00000001, LogDetail::Debug, LogGroup::Gralloc, true},
         {0x00000001, LogDetail::Trace, LogGroup::Buffer, false},
-        {0x02000003, LogDetail::Debug, LogGroup::Buffer, true},
         {0x02000003, LogDetail::Trace, LogGroup::Buffer, true},
         {0x02000003, LogDetail::Trace, LogGroup::Gralloc, false},
         {0x01000001, LogDetail::Debug, LogGroup::Gralloc, true},
         {0x01000001, LogDetail::Debug, LogGroup::Buffer, false},
         {0x02000000, LogDetail::Debug, LogGroup::Buffer, false},
-        {0x02000000, LogDetail::Trace, LogGroup::Buffer, false},
         {0x80000003, LogDetail::Debug, LogGroup::Buffer, false},
     };
     for (const Row& row : rows)
@@ -125,8 +115,7 @@ TEST_F(LogTest, ArgumentsOfASilentMessageAreNotEvaluated) {
     gC2LogLevel = 0x01000002;
     LX2_LOGT("%d", ++evaluated);
     LX2_LOGW("%s", "always");
-    EXPECT_THAT(log.take(),
-                ::testing::ElementsAre(Debug("LogTest", "1"), Warning("LogTest", "always")));
+    EXPECT_THAT(log.take(), ElementsAre(Debug("LogTest", "1"), Warning("LogTest", "always")));
 }
 
 // Figures worked out by hand from the tile sizes and paddings of each layout.
@@ -145,14 +134,11 @@ TEST(FrameSizeTest, CompressedFramesHaveTheVideoCoresSizes) {
         // 4096 + 256 x (16 + 16) + 4096
         {PixFormat::MIREL_TP10, 1, 1, 16384},
         {PixFormat::MIREL_NV12, 1920, 1080, 0},
-        {PixFormat::YV12, 1920, 1080, 0},
-        {0, 1920, 1080, 0},
     };
     for (const Row& row : rows)
         EXPECT_EQ(
             Platform::MirelBufferLayout::CompressedFrameSize(row.format, row.width, row.height),
-            row.size)
-            << PixFormat::Str(row.format) << " " << row.width << "x" << row.height;
+            row.size);
 }
 
 }  // namespace

@@ -178,6 +178,7 @@ TEST_F(ColorConverterTest, ReleasesTheTargetFirstAlsoWhenItFails) {
 }
 
 TEST_F(ColorConverterTest, ThreadsTakeTurns) {
+    LX2Mapper3Helper::Get();  // the first one is not to be made by two threads at once
     const auto work = [this](uint32_t width, uint32_t from, uint32_t to) {
         for (uint32_t i = 0; i < 20; ++i) {
             const Frame frame = host::TestFrame(width, 32, 8, i);

@@ -198,11 +198,11 @@ TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
         EXPECT_EQ(full.write(NoisyFrame(PixFormat::NV12, 640, 480)), C2_OK);
 }
 
-Bytes IvfFile(uint8_t version, Bytes frames) {
-    frames.insert(frames.begin(),
-                  {'D',  'K',  'I', 'F', 0,    0, 32, 0, 'V', 'P', version, '0', 0x40, 1, 240, 0,
-                   0x30, 0x75, 0,   0,   0xE8, 3, 0,  0, 0,   0,   0,       0,   0,    0, 0,   0});
-    return frames;
+Bytes IvfFile(uint8_t version, const Bytes& frames) {
+    Bytes file = {'D',  'K',  'I', 'F', 0,    0, 32, 0, 'V', 'P', version, '0', 0x40, 1, 240, 0,
+                  0x30, 0x75, 0,   0,   0xE8, 3, 0,  0, 0,   0,   0,       0,   0,    0, 0,   0};
+    std::copy(frames.begin(), frames.end(), std::back_inserter(file));
+    return file;
 }
 
 TEST_F(FileDumpTest, WritesCodecConfigThenIvfWithTimestampsOfOddNumbers) {

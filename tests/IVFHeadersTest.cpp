@@ -1,6 +1,7 @@
 #include <lx2/IVFHeaders.h>
 
-#include <cstring>
+#include <numeric>
+#include <sstream>
 
 #include "Fixture.h"
 #include "Ivf.h"
@@ -18,36 +19,25 @@ constexpr uint8_t kDefaultHeader[32] = {
     0x44, 0x4B, 0x49, 0x46, 0x00, 0x00, 0x20, 0x00, 0x56, 0x50, 0x38, 0x30, 0x40, 0x01, 0xF0, 0x00,
     0x30, 0x75, 0x00, 0x00, 0xE8, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};
 
-class IVFHeadersTest : public Fixture {
-  protected:
-    template <class Record>
-    std::vector<uint8_t> bytesOf(const Record& record) {
-        std::unique_ptr<uint8_t[]> bytes;
-        const size_t size = record.toBytes(&bytes);
-        return {bytes.get(), bytes.get() + size};
-    }
-};
-
-TEST_F(IVFHeadersTest, StreamHeaderIsTheFilesBytes) {
-    EXPECT_THAT(bytesOf(IVFStreamHeader()), ElementsAreArray(kDefaultHeader));
-    IVFStreamHeader vp9;
-    vp9.fourcc[2] = '9';
-    EXPECT_EQ(memcmp(vp9.fourcc, IVFStreamHeader::FourCC_VP9, 4), 0);
+std::vector<uint8_t> BytesOf(const IVFStreamHeader& header) {
+    std::unique_ptr<uint8_t[]> bytes;
+    const size_t size = header.toBytes(&bytes);
+    return {bytes.get(), bytes.get() + size};
 }
 
+class IVFHeadersTest : public Fixture {};
+
 TEST_F(IVFHeadersTest, AnyBytesAreReadAsAStreamHeader) {
-    uint8_t bytes[32];
-    for (int i = 0; i < 32; ++i)
-        bytes[i] = 0x80 + i;
-    const auto header = IVFStreamHeader::FromBytes(sizeof(bytes), bytes);
-    ASSERT_NE(header, nullptr);
+    EXPECT_THAT(BytesOf(IVFStreamHeader()), ElementsAreArray(kDefaultHeader));
+    EXPECT_EQ(std::string(IVFStreamHeader::FourCC_VP9, 4), "VP90");
     // Ours in front, the bytes' own in the middle, and the reserved field cleared.
-    std::vector<uint8_t> expected(bytes, bytes + 32);
-    std::copy_n(kDefaultHeader, 8, expected.begin());
-    std::fill_n(expected.begin() + 28, 4, 0);
-    EXPECT_EQ(bytesOf(*header), expected);
-    EXPECT_EQ(header->width, 0x8D8C);
-    EXPECT_EQ(header->frameCount, 0x9B9A9998);
+    std::vector<uint8_t> bytes(32);
+    std::iota(bytes.begin(), bytes.end(), 0x80);
+    const auto header = IVFStreamHeader::FromBytes(bytes.size(), bytes.data());
+    ASSERT_NE(header, nullptr);
+    std::copy_n(kDefaultHeader, 8, bytes.begin());
+    std::fill_n(bytes.begin() + 28, 4, 0);
+    EXPECT_EQ(BytesOf(*header), bytes);
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
@@ -55,9 +45,11 @@ TEST_F(IVFHeadersTest, FrameHeaderWritesAWideTimestampAndReadsItsLowerHalf) {
     IVFFrameHeader frame;
     frame.frameSize = 0x01020304;
     frame.timestamp = (1ull << 32) + 5;
-    const std::vector<uint8_t> bytes = bytesOf(frame);
-    EXPECT_THAT(bytes, ElementsAre(4, 3, 2, 1, 5, 0, 0, 0, 1, 0, 0, 0));
-    const auto back = IVFFrameHeader::FromBytes(bytes.size(), bytes.data());
+    auto bytes = std::make_unique<uint8_t[]>(3);  // replaced; the leak checker sees to the old one
+    ASSERT_EQ(frame.toBytes(&bytes), 12u);
+    EXPECT_THAT(std::vector<uint8_t>(&bytes[0], &bytes[12]),
+                ElementsAre(4, 3, 2, 1, 5, 0, 0, 0, 1, 0, 0, 0));
+    const auto back = IVFFrameHeader::FromBytes(12, bytes.get());
     ASSERT_NE(back, nullptr);
     EXPECT_EQ(back->frameSize, 0x01020304u);
     EXPECT_EQ(back->timestamp, 5u);
@@ -70,33 +62,23 @@ TEST_F(IVFHeadersTest, RefusesAMissingTargetAndTooFewBytes) {
     EXPECT_EQ(IVFStreamHeader::FromBytes(32, nullptr), nullptr);
     EXPECT_EQ(IVFFrameHeader::FromBytes(11, kDefaultHeader), nullptr);
     EXPECT_EQ(IVFFrameHeader::FromBytes(12, nullptr), nullptr);
-    char at[32];
-    snprintf(at, sizeof(at), "buf(%p)", static_cast<const void*>(kDefaultHeader));
-    const std::string full = at, null = "buf((nil))";
-    EXPECT_THAT(
-        log.take(),
-        ElementsAre(Error(kTag, "IVFStreamHeader::toBytes: invalid buf handle"),
-                    Error(kTag, "IVFFrameHeader::toBytes: invalid buf handle"),
-                    Error(kTag, "IVFStreamHeader::FromBytes: invalid " + full + " sz=31 v/s 32"),
-                    Error(kTag, "IVFStreamHeader::FromBytes: invalid " + null + " sz=32 v/s 32"),
-                    Error(kTag, "IVFFrameHeader::FromBytes: invalid " + full + " sz=11 v/s 12"),
-                    Error(kTag, "IVFFrameHeader::FromBytes: invalid " + null + " sz=12 v/s 12")));
-}
-
-TEST_F(IVFHeadersTest, ReplacesTheArrayThatWasThere) {
-    auto bytes = std::make_unique<uint8_t[]>(3);  // the leak checker sees to the old one
-    EXPECT_EQ(IVFStreamHeader().toBytes(&bytes), 32u);
-    EXPECT_EQ(bytes[31], 0);
-    EXPECT_EQ(IVFFrameHeader().toBytes(&bytes), 12u);
+    std::ostringstream full;
+    full << "FromBytes: invalid buf(" << static_cast<const void*>(kDefaultHeader) << ")";
+    const std::string null = "FromBytes: invalid buf((nil))";
+    EXPECT_EQ(log.take(), Errors(kTag, {"IVFStreamHeader::toBytes: invalid buf handle",
+                                        "IVFFrameHeader::toBytes: invalid buf handle",
+                                        "IVFStreamHeader::" + full.str() + " sz=31 v/s 32",
+                                        "IVFStreamHeader::" + null + " sz=32 v/s 32",
+                                        "IVFFrameHeader::" + full.str() + " sz=11 v/s 12",
+                                        "IVFFrameHeader::" + null + " sz=12 v/s 12"}));
 }
 
 // Through the examples' reader, files that another program wrote.
 TEST_F(IVFHeadersTest, ReadsFilesOfOthers) {
-    for (const char* fourcc : {"VP80", "VP90"}) {
-        const std::string name = fourcc[2] == '8' ? "vp8.ivf" : "vp9.ivf";
+    for (const char* name : {"vp8.ivf", "vp9.ivf"}) {
         example::IvfFile file;
-        EXPECT_EQ(example::ReadIvf(LX2_SAMPLES_DIR "/" + name, &file), "");
-        EXPECT_EQ(std::string(file.header.fourcc, 4), fourcc);
+        EXPECT_EQ(example::ReadIvf(std::string(LX2_SAMPLES_DIR "/") + name, &file), "");
+        EXPECT_EQ(std::string(file.header.fourcc, 4), name[2] == '8' ? "VP80" : "VP90");
         EXPECT_EQ(file.header.width, 320);
         EXPECT_EQ(file.header.height, 180);
         ASSERT_EQ(file.frames.size(), 72u);

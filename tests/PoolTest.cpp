@@ -5,8 +5,8 @@
 #include <lx2/PixFormat.h>
 #include <lx2host/GraphicPools.h>
 
+#include <algorithm>
 #include <atomic>
-#include <set>
 #include <thread>
 
 #include "Blocks.h"
@@ -59,36 +59,26 @@ TEST_F(LinearPoolTest, UsageKeepsOnlyTheProtectionOfTheFormerOne) {
         EXPECT_EQ(pool.setUsage(row.set), C2_OK);
         EXPECT_EQ(pool.allocate(&buffer), C2_OK);
         EXPECT_EQ(c2->fetches.back().usage, row.used);
-        const bool secure = (row.used & 2) != 0;
-        EXPECT_EQ(buffer->linear()->map() == nullptr, secure);
+        EXPECT_EQ(buffer->linear()->map() == nullptr, (row.used & 2) != 0) << "secure or not";
     }
 }
 
 TEST_F(LinearPoolTest, FailuresLeaveNoBufferAndOneLine) {
-    LX2LinearBufferPool pool(c2, 0x11);
+    LX2LinearBufferPool pool(c2, 0x11), none(nullptr, 0);
     EXPECT_EQ(pool.allocate(nullptr), LX2_ERROR);
     EXPECT_THAT(log.take(), IsEmpty());
-
-    pool.allocate(&buffer);
+    const auto expectFailure = [&](LX2LinearBufferPool& from, LX2Status status, const char* error) {
+        buffer = LinearBuffer(16);
+        EXPECT_EQ(from.allocate(&buffer), status);
+        EXPECT_EQ(buffer, nullptr);
+        EXPECT_EQ(log.take(), Errors(kTag, {error}));
+    };
     c2->statuses = {C2_BLOCKING};
-    EXPECT_EQ(pool.allocate(&buffer), C2_BLOCKING);
-    EXPECT_EQ(buffer, nullptr);
-    EXPECT_THAT(log.take(), ElementsAre(Error(kTag,
-                                              "allocate: failed to allocate linear block "
-                                              "sz(4096)/usage*(11)")));
-    pool.allocate(&buffer);
+    expectFailure(pool, C2_BLOCKING,
+                  "allocate: failed to allocate linear block sz(4096)/usage*(11)");
     pool.setBufferSize(0);
-    EXPECT_EQ(pool.allocate(&buffer), C2_NO_INIT);
-    EXPECT_EQ(buffer, nullptr);
-    EXPECT_THAT(log.take(), ElementsAre(Error(kTag,
-                                              "LX2LinearBufferPool::allocate: buffer-size "
-                                              "not provided!")));
-    LX2LinearBufferPool none(nullptr, 0);
-    buffer = LinearBuffer(16);
-    EXPECT_EQ(none.allocate(&buffer), C2_NO_INIT);
-    EXPECT_EQ(buffer, nullptr);
-    EXPECT_THAT(log.take(),
-                ElementsAre(Error(kTag, "LX2LinearBufferPool::allocate: No pool to allocate!")));
+    expectFailure(pool, C2_NO_INIT, "LX2LinearBufferPool::allocate: buffer-size not provided!");
+    expectFailure(none, C2_NO_INIT, "LX2LinearBufferPool::allocate: No pool to allocate!");
 }
 
 TEST_F(LinearPoolTest, BufferOutlivesItsPool) {
@@ -116,10 +106,32 @@ class GraphicPoolTest : public Fixture {
         pool->setFormat(PixFormat::MIREL_NV12);
     }
 
-    // What the pool fetches after it was set up, without its alloc's outcome.
+    // What the pool asks for, whatever comes of it.
     Fetch fetched() {
         pool->allocate(&buffer);
         return c2->fetches.back();
+    }
+    // Lets the pool hand out one new buffer this many times, so that a held one comes again.
+    std::shared_ptr<C2GraphicAllocation> offer(size_t times) {
+        auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
+        c2->offered.assign(times, allocation);
+        return allocation;
+    }
+    // Allocates a new buffer, holds it, and lets the same one be parked behind it.
+    LX2Buffer* holdAndPark(uint64_t id) {
+        offer(2);
+        EXPECT_EQ(pool->allocate(&buffer), C2_OK);
+        LX2Buffer* held = buffer.get();
+        EXPECT_EQ(pool->holdReference(id, std::move(buffer)), C2_OK);
+        EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
+        EXPECT_EQ(buffer, nullptr);
+        return held;
+    }
+    void useSlots(size_t count) {
+        slots = std::make_shared<host::SlotGraphicPool>(count);
+        pool = LX2GraphicBufferPool::Create(slots);
+        pool->setResolution(64, 64);
+        pool->setFormat(PixFormat::MIREL_NV12_CMPX);
     }
     std::pair<uint64_t, uint64_t> counts() {
         std::pair<uint64_t, uint64_t> result;
@@ -128,6 +140,7 @@ class GraphicPoolTest : public Fixture {
     }
 
     std::shared_ptr<FakePool> c2 = std::make_shared<FakePool>();
+    std::shared_ptr<host::SlotGraphicPool> slots;
     std::unique_ptr<LX2GraphicBufferPool> pool = LX2GraphicBufferPool::Create(c2);
     std::shared_ptr<LX2Buffer> buffer;
 };
@@ -153,68 +166,50 @@ TEST_F(GraphicPoolTest, FormatAndUsageDecideOnTheCompressedLayout) {
 
 TEST_F(GraphicPoolTest, FailuresLeaveNoBuffer) {
     EXPECT_EQ(pool->allocate(nullptr), LX2_ERROR);
-    struct Row {
-        c2_status_t fetch;
-        LX2Status status;
-        LogLine line;
-    };
-    const Row rows[] = {
-        {C2_TIMED_OUT, C2_TIMED_OUT, Debug(kTag, "allocate: timed out allocating graphic block")},
-        {C2_BLOCKING, C2_TIMED_OUT, Debug(kTag, "allocate: timed out allocating graphic block")},
-        {C2_NO_MEMORY, C2_NO_MEMORY,
-         Error(kTag,
-               "allocate: failed to alloc graphic block w(320)/h(240)/f(7fa30c04)/"
-               "usage(0)")},
-    };
-    gC2LogLevel = 1;
-    for (const Row& row : rows) {
+    const auto expectFailure = [this](LX2Status status, const std::vector<LogLine>& lines) {
         buffer = GraphicBuffer(16, 16, PixFormat::NV12);
         log.take();
-        c2->statuses = {row.fetch};
-        EXPECT_EQ(pool->allocate(&buffer), row.status);
+        EXPECT_EQ(pool->allocate(&buffer), status);
         EXPECT_EQ(buffer, nullptr);
-        EXPECT_THAT(log.take(), ElementsAre(row.line));
+        EXPECT_EQ(log.take(), lines);
+    };
+    for (c2_status_t busy : {C2_TIMED_OUT, C2_BLOCKING}) {
+        c2->statuses = {busy, busy};
+        gC2LogLevel = 0;
+        expectFailure(C2_TIMED_OUT, {});
+        gC2LogLevel = 1;
+        expectFailure(C2_TIMED_OUT, {Debug(kTag, "allocate: timed out allocating graphic block")});
     }
-    gC2LogLevel = 0;
-    c2->statuses = {C2_BLOCKING};
-    pool->allocate(&buffer);
-    EXPECT_THAT(log.take(), IsEmpty());
-
+    c2->statuses = {C2_NO_MEMORY};
+    expectFailure(C2_NO_MEMORY,
+                  Errors(kTag, {"allocate: failed to alloc graphic block w(320)/h(240)/"
+                                "f(7fa30c04)/usage(0)"}));
     pool->setResolution(320, 0);
-    EXPECT_EQ(pool->allocate(&buffer), C2_NO_INIT);
-    EXPECT_THAT(log.take(), ElementsAre(Error(kTag,
-                                              "LX2GraphicBufferPoolImpl::allocate: resolution "
-                                              "and pixel-format not specified!")));
-    EXPECT_EQ(LX2GraphicBufferPool::Create(nullptr)->allocate(&buffer), C2_NO_INIT);
-    EXPECT_THAT(log.take(), ElementsAre(Error(kTag,
-                                              "LX2GraphicBufferPoolImpl::allocate: No pool to "
-                                              "allocate!")));
+    expectFailure(C2_NO_INIT, Errors(kTag, {"LX2GraphicBufferPoolImpl::allocate: resolution and "
+                                            "pixel-format not specified!"}));
+    pool = LX2GraphicBufferPool::Create(nullptr);
+    expectFailure(C2_NO_INIT,
+                  Errors(kTag, {"LX2GraphicBufferPoolImpl::allocate: No pool to allocate!"}));
 }
 
 TEST_F(GraphicPoolTest, HeldBufferIsParkedAndHandedOutOnceTheHoldIsDropped) {
-    auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
-    const std::string id = std::to_string(host::BufferId(allocation->handle()));
-    c2->offered = {allocation, allocation};
-    log.take();
+    const std::string id = std::to_string(host::BufferId(offer(2)->handle()));
     gC2LogLevel = 0x02000002;
     ASSERT_EQ(pool->allocate(&buffer), C2_OK);
     EXPECT_EQ(pool->holdReference(7, buffer), C2_OK);
     EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
-    EXPECT_EQ(buffer, nullptr);
     EXPECT_EQ(counts(), std::make_pair(uint64_t{1}, uint64_t{1}));
     EXPECT_EQ(pool->dropReference(7), C2_OK);
     EXPECT_EQ(counts(), std::make_pair(uint64_t{0}, uint64_t{1}));
-    const size_t fetches = c2->fetches.size();
     EXPECT_EQ(pool->allocate(&buffer), C2_OK);
-    EXPECT_EQ(c2->fetches.size(), fetches) << "recycled, not fetched";
+    EXPECT_EQ(c2->fetches.size(), 2u) << "recycled, not fetched";
     EXPECT_EQ(std::to_string(buffer->graphic()->id()), id);
     EXPECT_EQ(counts(), std::make_pair(uint64_t{0}, uint64_t{0}));
 
-    std::vector<LogLine> lines;
-    for (LogLine& line : log.take()) {
-        if (line.tag == kTag)
-            lines.push_back(line);
-    }
+    std::vector<LogLine> lines = log.take();
+    lines.erase(std::remove_if(lines.begin(), lines.end(),
+                               [](const LogLine& line) { return line.tag != kTag; }),
+                lines.end());
     EXPECT_THAT(lines, ElementsAre(Debug(kTag, "REF: Added Ref for graphic buf with id:" + id),
                                    Debug(kTag, "REF: Allocated buf with id = " + id +
                                                    " is still referenced"),
@@ -223,15 +218,6 @@ TEST_F(GraphicPoolTest, HeldBufferIsParkedAndHandedOutOnceTheHoldIsDropped) {
 }
 
 TEST_F(GraphicPoolTest, RecycledBufferOfAnotherGeometryIsDropped) {
-    const auto park = [&] {
-        auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
-        c2->offered = {allocation, allocation};
-        pool->allocate(&buffer);
-        pool->holdReference(1, buffer);
-        EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
-        pool->dropReference(1);
-        EXPECT_EQ(counts().second, 1u);
-    };
     const std::function<void()> changes[] = {
         [&] { pool->setResolution(640, 240); },
         [&] { pool->setResolution(320, 480); },
@@ -240,7 +226,9 @@ TEST_F(GraphicPoolTest, RecycledBufferOfAnotherGeometryIsDropped) {
     for (const auto& change : changes) {
         pool->setResolution(320, 240);
         pool->setFormat(PixFormat::MIREL_NV12);
-        park();
+        holdAndPark(1);
+        pool->dropReference(1);
+        EXPECT_EQ(counts().second, 1u);
         change();
         const size_t fetches = c2->fetches.size();
         EXPECT_EQ(pool->allocate(&buffer), C2_OK);
@@ -251,15 +239,13 @@ TEST_F(GraphicPoolTest, RecycledBufferOfAnotherGeometryIsDropped) {
 
 TEST_F(GraphicPoolTest, HoldsAreRefusedAsTheyShould) {
     pool->allocate(&buffer);
-    auto first = buffer;
     EXPECT_EQ(pool->holdReference(1, nullptr), LX2_BAD_ARG);
     EXPECT_EQ(pool->holdReference(1, LinearBuffer(16)), LX2_BAD_ARG);
-    EXPECT_EQ(pool->holdReference(1, first), C2_OK);
+    EXPECT_EQ(pool->holdReference(1, buffer), C2_OK);
     EXPECT_EQ(pool->holdReference(1, GraphicBuffer(16, 16, PixFormat::NV12)), C2_CANNOT_DO);
     EXPECT_EQ(pool->dropReference(2), C2_CANNOT_DO);
     EXPECT_EQ(counts().first, 1u);
-    std::weak_ptr<LX2Buffer> watch = first;
-    first.reset();
+    std::weak_ptr<LX2Buffer> watch = buffer;
     buffer.reset();
     EXPECT_FALSE(watch.expired()) << "the first buffer is the one that is held";
     EXPECT_EQ(pool->dropAllReferences(), C2_OK);
@@ -269,8 +255,7 @@ TEST_F(GraphicPoolTest, HoldsAreRefusedAsTheyShould) {
 
 TEST_F(GraphicPoolTest, OneOfSeveralHoldsReleasesOneParkedBuffer) {
     // The component's ids and the allocation's id are two identities: two holds of one allocation.
-    auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
-    c2->offered = {allocation, allocation, allocation};
+    offer(3);
     pool->allocate(&buffer);
     pool->holdReference(1, buffer);
     pool->holdReference(2, buffer);
@@ -293,26 +278,20 @@ TEST_F(GraphicPoolTest, CallbackHearsOfBuffersAllocatedWhileItLived) {
                 ElementsAre(Error(kTag, "registerCallback graphicBufferPool"),
                             Error(kTag, "registerCallback graphicBufferPool override")));
     pool->allocate(&buffer);
-    auto* address = buffer.get();
-    EXPECT_EQ(buffer->shared_from_this(), buffer);
-    auto survivor = buffer;
+    auto late = buffer->shared_from_this();
+    pool->allocate(&buffer);
+    auto orphan = std::move(buffer);
     pool.reset();
-    buffer.reset();
     early.reset();
     EXPECT_THAT(watcher->gone, IsEmpty());
-    survivor.reset();
+    auto* address = late.get();
+    late.reset();
     EXPECT_THAT(watcher->gone, ElementsAre(address))
         << "also after the pool, and not for the early one";
-}
-
-TEST_F(GraphicPoolTest, DeadCallbackIsSkipped) {
-    auto watcher = std::make_shared<Watcher>();
-    pool->registerCallback(watcher);
-    pool->allocate(&buffer);
     watcher.reset();
     log.take();
-    buffer.reset();
-    EXPECT_THAT(log.take(), IsEmpty());
+    orphan.reset();
+    EXPECT_THAT(log.take(), IsEmpty()) << "nobody is left to be told";
 }
 
 TEST_F(GraphicPoolTest, CallbackMayDropReferencesItself) {
@@ -343,15 +322,8 @@ TEST_F(GraphicPoolTest, HeldBuffersGoFirstWhenDroppedAndLastWithThePool) {
     pool->registerCallback(watcher);
     // One buffer is held, one parked behind it, one parked whose hold was dropped. Gives the first.
     const auto fill = [&] {
-        LX2Buffer* held = nullptr;
-        for (uint64_t id : {1, 2}) {
-            auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
-            c2->offered = {allocation, allocation};
-            pool->allocate(&buffer);
-            held = buffer.get();
-            pool->holdReference(id, std::move(buffer));
-            EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
-        }
+        holdAndPark(1);
+        LX2Buffer* held = holdAndPark(2);
         pool->dropReference(1);
         watcher->gone.clear();
         return held;
@@ -367,15 +339,11 @@ TEST_F(GraphicPoolTest, HeldBuffersGoFirstWhenDroppedAndLastWithThePool) {
 }
 
 TEST_F(GraphicPoolTest, SlotsComeBackAndBlockWhenAllAreOut) {
-    auto slots = std::make_shared<host::SlotGraphicPool>(2);
-    pool = LX2GraphicBufferPool::Create(slots);
-    pool->setResolution(64, 64);
-    pool->setFormat(PixFormat::MIREL_NV12_CMPX);
-    std::shared_ptr<LX2Buffer> second;
+    useSlots(2);
+    std::shared_ptr<LX2Buffer> second, third;
     EXPECT_EQ(pool->allocate(&buffer), C2_OK);
     EXPECT_EQ(pool->allocate(&second), C2_OK);
     EXPECT_NE(buffer->graphic()->id(), second->graphic()->id());
-    std::shared_ptr<LX2Buffer> third;
     EXPECT_EQ(pool->allocate(&third), C2_TIMED_OUT);
     const uint64_t id = second->graphic()->id();
     auto shared = second->getSharedBuffer();
@@ -391,26 +359,19 @@ TEST_F(GraphicPoolTest, SlotsComeBackAndBlockWhenAllAreOut) {
 }
 
 TEST_F(GraphicPoolTest, ReferencesComeAndGoOnOtherThreadsWhileOneAllocates) {
-    auto slots = std::make_shared<host::SlotGraphicPool>(4);
-    pool = LX2GraphicBufferPool::Create(slots);
-    pool->setResolution(32, 32);
-    pool->setFormat(PixFormat::NV12);
+    useSlots(4);
     std::atomic<bool> done{false};
-    std::atomic<uint64_t> next{1};
+    uint64_t next = 1;
     std::mutex lock;
     std::vector<std::pair<uint64_t, std::shared_ptr<LX2Buffer>>> handed;
     const auto user = [&] {
         while (!done) {
-            std::pair<uint64_t, std::shared_ptr<LX2Buffer>> mine;
-            {
-                std::lock_guard<std::mutex> guard(lock);
-                if (!handed.empty()) {
-                    mine = std::move(handed.back());
-                    handed.pop_back();
-                }
-            }
-            if (mine.second == nullptr)
+            std::unique_lock<std::mutex> guard(lock);
+            if (handed.empty())
                 continue;
+            auto mine = std::move(handed.back());
+            handed.pop_back();
+            guard.unlock();
             EXPECT_EQ(pool->holdReference(mine.first, mine.second), C2_OK);
             slots->offerAgain(mine.second->graphic()->id());
             mine.second.reset();

@@ -1,7 +1,6 @@
 #include <DisplayMetadata.h>
-#include <PrivateHandle.h>
+#include <PrivateRecord.h>
 #include <lx2host/DisplayMetadata.h>
-#include <lx2host/Gralloc.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
@@ -48,15 +47,6 @@ const Slot* SlotOf(int type) {
     return nullptr;
 }
 
-const PrivateHandle* RecordOf(const void* handle) {
-    const auto* header = static_cast<const native_handle_t*>(handle);
-    if (header == nullptr || header->version != static_cast<int>(sizeof(native_handle_t)) ||
-        header->numFds != PrivateHandle::kNumFds || header->numInts != PrivateHandle::kNumInts)
-        return nullptr;
-    const auto* record = static_cast<const PrivateHandle*>(handle);
-    return record->reserved0 == kAllocatorMagic ? record : nullptr;
-}
-
 // A buffer's metadata memory while it is mapped.
 class Mapped {
   public:
@@ -97,7 +87,7 @@ int Set(uint8_t* memory, const Slot& slot, void* data) {
 }
 
 int WithRecord(void* handle, int type, void* data, int (*action)(uint8_t*, const Slot&, void*)) {
-    const PrivateHandle* record = RecordOf(handle);
+    const PrivateHandle* record = PrivateRecordOf(static_cast<const native_handle_t*>(handle));
     const Slot* slot = SlotOf(type);
     if (record == nullptr || slot == nullptr || data == nullptr)
         return -EINVAL;

@@ -1,5 +1,4 @@
-#include <PrivateHandle.h>
-#include <lx2host/Gralloc.h>
+#include <PrivateRecord.h>
 #include <lx2host/Mapper.h>
 
 #include <mutex>
@@ -28,13 +27,6 @@ struct MapperState {
 MapperState& State() {
     static auto* state = new MapperState;
     return *state;
-}
-
-// Only the allocator's own records are let in.
-bool IsPrivateHandle(const native_handle_t* handle) {
-    return handle != nullptr && handle->version == static_cast<int>(sizeof(native_handle_t)) &&
-           handle->numFds == PrivateHandle::kNumFds && handle->numInts == PrivateHandle::kNumInts &&
-           reinterpret_cast<const PrivateHandle*>(handle)->reserved0 == kAllocatorMagic;
 }
 
 class Mapper : public IMapper {
@@ -67,7 +59,8 @@ class Mapper : public IMapper {
         std::lock_guard<std::mutex> guard(state.lock);
         if (state.onImport != Error::NONE)
             return state.onImport;
-        if (!IsPrivateHandle(handle))
+        // Only the allocator's own records are let in.
+        if (PrivateRecordOf(handle) == nullptr)
             return Error::BAD_BUFFER;
         *imported = native_handle_clone(handle);
         if (*imported == nullptr)

@@ -51,5 +51,12 @@ inline LogLine Info(const std::string& tag, const std::string& text) {
 inline LogLine Debug(const std::string& tag, const std::string& text) {
     return {ANDROID_LOG_DEBUG, tag, text};
 }
+// The lines of one tag that are all errors.
+inline std::vector<LogLine> Errors(const std::string& tag, const std::vector<std::string>& texts) {
+    std::vector<LogLine> lines;
+    for (const std::string& text : texts)
+        lines.push_back(Error(tag, text));
+    return lines;
+}
 
 }  // namespace lx2::test
