@@ -1,4 +1,5 @@
 #include <lx2/LX2ColorConverter.h>
+#include <lx2/LX2GrallocBuffer.h>
 #include <lx2/PixFormat.h>
 #include <lx2host/VideoCore.h>
 
