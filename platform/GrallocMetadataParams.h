@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 
 #include "DisplayMetadata.h"
@@ -97,8 +98,10 @@ static_assert(sizeof(StatisticsParam) == 44);
 template <typename Param>
 std::unique_ptr<C2Param> MakeParam(Param param, size_t size = sizeof(Param)) {
     param.header = {static_cast<uint32_t>(size), Param::kIndex};
-    const void* bytes = &param;
-    return C2Param::Copy(*static_cast<const C2Param*>(bytes));
+    // As bytes: the compiler may take a structure and the parameter read out of it for strangers.
+    alignas(C2Param) uint8_t bytes[sizeof(Param)];
+    memcpy(bytes, &param, sizeof(Param));
+    return C2Param::Copy(*reinterpret_cast<const C2Param*>(bytes));
 }
 
 }  // namespace lx2

@@ -2,6 +2,8 @@
 #include <sys/mman.h>
 #include <sys/wait.h>
 
+#include <thread>
+
 #include "Blocks.h"
 #include "Fixture.h"
 
@@ -277,6 +279,19 @@ TEST_F(BufferTest, MemoryIsTheSameInEveryMappingAndProcess) {
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
     EXPECT_EQ(buffer->linear()->mapReadOnly()->data()[10], 78);
+}
+
+TEST_F(BufferTest, ThreadsMapOneBufferAtOnce) {
+    const auto count = [this](size_t place) {
+        for (int i = 0; i < 200; ++i)
+            ++buffer->linear()->map()->data()[place];
+    };
+    std::thread threads[] = {std::thread(count, 0), std::thread(count, 1), std::thread(count, 2)};
+    for (auto& thread : threads)
+        thread.join();
+    const auto mapping = buffer->linear()->mapReadOnly();
+    EXPECT_THAT(std::vector<int>(mapping->data(), mapping->data() + 3), ElementsAre(200, 200, 200));
+    EXPECT_EQ(host::GetSyncCounts().starts, 601u);
 }
 
 TEST_F(BufferTest, IsDescribedInOneLine) {

@@ -1,4 +1,5 @@
 #include <lx2/LX2ColorConverter.h>
+#include <lx2/LX2GrallocBuffer.h>
 #include <lx2/PixFormat.h>
 #include <lx2host/VideoCore.h>
 
@@ -186,6 +187,7 @@ TEST_F(ColorConverterTest, ReleasesTheTargetFirstAlsoWhenItFails) {
 }
 
 TEST_F(ColorConverterTest, ThreadsTakeTurns) {
+    LX2Mapper3Helper::Get();  // the first one is not to be made by two threads at once
     const auto work = [this](uint32_t width, uint32_t from, uint32_t to) {
         for (uint32_t i = 0; i < 20; ++i) {
             const Frame frame = host::TestFrame(width, 32, 8, i);

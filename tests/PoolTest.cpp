@@ -361,6 +361,8 @@ TEST_F(GraphicPoolTest, ReferencesComeAndGoOnOtherThreadsWhileOneAllocates) {
     std::thread users[] = {std::thread(user), std::thread(user)};
     int allocated = 0;
     for (int i = 0; i < 2000; ++i) {
+        gC2LogLevel = i % 8;
+        counts();
         const LX2Status status = pool->allocate(&buffer);
         ASSERT_TRUE(status == C2_OK || status == C2_TIMED_OUT) << status;
         allocated += status == C2_OK;
