@@ -67,9 +67,13 @@ function(lx2_utils_library)
   endforeach()
   set_target_properties(lx2_utils PROPERTIES OUTPUT_NAME lxcodec2_utils EXPORT_NAME utils)
   set_target_properties(lx2_utils_static PROPERTIES EXCLUDE_FROM_ALL ON)
-  target_link_options(lx2_utils PRIVATE -Wl,--no-undefined -Wl,--as-needed
+  target_link_options(lx2_utils PRIVATE -Wl,--as-needed
     -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/lxcodec2_utils.map)
   set_target_properties(lx2_utils PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/lxcodec2_utils.map)
+  # Clang has a sanitizer's runtime in the program alone.
+  if(NOT (LX2_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang"))
+    target_link_options(lx2_utils PRIVATE -Wl,--no-undefined)
+  endif()
   target_link_options(lx2_utils_static INTERFACE -Wl,-rpath,${LX2_DEVICE_LIB_DIR})
   lx2_finds_device_libraries(lx2_utils)
   add_library(lx2::utils ALIAS lx2_utils)

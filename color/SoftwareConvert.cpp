@@ -69,6 +69,8 @@ int32_t ConvertYv12ToMirelNv12(const uint8_t* src, uint32_t srcSize, uint8_t* ds
         LX2_LOGE("convertIYUVToNV12Mirel: dst buffer size is insufficient");
         return C2_NO_MEMORY;
     }
+    if (width == 0)
+        return 0;  // no buffer is too small for rows of nothing, however many there are
     CopyLuma(src, dst, frame);
     MergeChroma(src, dst, frame);
     return 0;

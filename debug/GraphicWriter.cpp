@@ -1,3 +1,4 @@
+#include <SafeRange.h>
 #include <lx2/PixFormat.h>
 #include <lx2/Platform.h>
 #include <sys/mman.h>
@@ -8,7 +9,6 @@
 #include "DumpLog.h"
 #include "FileDumpImpl.h"
 #include "FrameRows.h"
-#include "SafeRange.h"
 
 namespace lx2 {
 

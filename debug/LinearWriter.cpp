@@ -1,9 +1,9 @@
 #include <C2Config.h>
+#include <SafeRange.h>
 #include <lx2/IVFHeaders.h>
 
 #include "DumpLog.h"
 #include "FileDumpImpl.h"
-#include "SafeRange.h"
 
 namespace lx2 {
 

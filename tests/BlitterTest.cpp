@@ -1,5 +1,6 @@
 // The software blitter, asked for what it must refuse.
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <functional>
 
@@ -88,6 +89,17 @@ TEST_F(BlitterTest, TakesOnlyMemoryAndSurfacesThatAreThere) {
     EXPECT_EQ(blit.unmap(gpu), 0);
     EXPECT_NE(blit.unmap(gpu), 0);
     munmap(pages, 4096);
+
+    // Of a DMA-BUF only its own memory, and of a mapping that is longer only what it has.
+    const int fd = host::AllocateDmaBuf(8192);
+    auto* shared = static_cast<uint8_t*>(mmap(nullptr, 16384, PROT_READ, MAP_SHARED, fd, 0));
+    EXPECT_EQ(blit.map(fd, shared + 100, 8192 - 100, 3, &gpu), 0);
+    EXPECT_EQ(blit.unmap(gpu), 0);
+    EXPECT_NE(blit.map(fd, shared + 100, 8192 - 99, 3, &gpu), 0);
+    EXPECT_NE(blit.map(fd, shared + 8192, 1, 3, &gpu), 0);
+    EXPECT_NE(blit.map(fd, source.data(), 100, 3, &gpu), 0);
+    munmap(shared, 16384);
+    close(fd);
 
     auto record = def(source, sourceGpu);
     uint32_t surface = 0;

@@ -331,6 +331,12 @@ TEST_F(ColorEngineTest, SoftwarePathRefusesBuffersThatAreTooSmall) {
     }
 }
 
+TEST_F(ColorEngineTest, SoftwarePathDoesNotWalkRowsWithoutWidth) {
+    const clock_t start = clock();
+    EXPECT_EQ(color::ConvertYv12ToMirelNv12(nullptr, 0, nullptr, 0, 0, 0xFFFFFFFF), 0);
+    EXPECT_LT(clock() - start, CLOCKS_PER_SEC);
+}
+
 TEST_F(ColorEngineTest, SoftwarePathIgnoresOffsetsButNotDescriptors) {
     Engine engine;
     ASSERT_EQ(

@@ -104,40 +104,5 @@ TEST(VideoCoreTest, ReadsBackWhatItWroteAndTouchesNothingElse) {
     EXPECT_FALSE(host::LayoutOf(PixFormat::NV12, 0xFFFFFFFF, 64));
 }
 
-TEST(VideoCoreTest, PacksThreeTenBitSamplesInAWordAndMarksTheTile) {
-    Frame frame(4, 1, 10);
-    frame.y = {1, 2, 1023, 5};
-    std::vector<uint8_t> memory(host::AllocationOf(PixFormat::MIREL_TP10, 4, 1).size);
-    ASSERT_TRUE(host::WriteFrame(memory.data(), memory.size(), PixFormat::MIREL_TP10, frame));
-    const std::vector<uint8_t> words(memory.begin() + 4096, memory.begin() + 4104);
-    EXPECT_THAT(words, ::testing::ElementsAre(0x01, 0x08, 0xF0, 0x3F, 5, 0, 0, 0));
-    EXPECT_NE(memory[0], 0);
-    EXPECT_EQ(memory[1], 0);
-}
-
-TEST(VideoCoreTest, KnowsColoursByBt601) {
-    struct Row {
-        uint16_t y, cb, cr;
-        uint8_t r, g, b;
-    };
-    const Row rows[] = {{16, 128, 128, 0, 0, 0},   {235, 128, 128, 255, 255, 255},
-                        {81, 90, 240, 254, 0, 0},  {145, 54, 34, 0, 255, 1},
-                        {41, 240, 110, 0, 0, 255}, {126, 128, 128, 128, 128, 128}};
-    for (const Row& row : rows) {
-        Frame frame(2, 2, 8);
-        frame.y.assign(4, row.y);
-        frame.cb = {row.cb};
-        frame.cr = {row.cr};
-        std::vector<uint8_t> memory(host::AllocationOf(PixFormat::RGBA8888, 2, 2).size);
-        ASSERT_TRUE(host::WriteFrame(memory.data(), memory.size(), PixFormat::RGBA8888, frame));
-        EXPECT_THAT(std::vector<uint8_t>(memory.begin() + 4, memory.begin() + 8),
-                    ::testing::ElementsAre(row.r, row.g, row.b, 255));
-        const auto back = host::ReadFrame(memory.data(), memory.size(), PixFormat::RGBA8888, 2, 2);
-        EXPECT_NEAR(back->y[0], row.y, 1);
-        EXPECT_NEAR(back->cb[0], row.cb, 1);
-        EXPECT_NEAR(back->cr[0], row.cr, 1);
-    }
-}
-
 }  // namespace
 }  // namespace lx2::test

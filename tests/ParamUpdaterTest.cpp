@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <thread>
 
-#include "../examples/common/ComponentParams.h"
 #include "FieldWriter.h"
 #include "Fixture.h"
 #include "MessageWalk.h"
@@ -337,32 +336,6 @@ TEST_F(ParamUpdaterTest, SeveralThreadsReadMessagesAtOnce) {
         EXPECT_EQ(IntAt(*lists[id][0], 0), int(id));
         EXPECT_EQ(lists[id][0]->size(), 8 + 4 + 199 % 7 + id + 1);
     }
-}
-
-TEST(ComponentParamsTest, AppliesWhatItCanAndSaysWhatNot) {
-    using Component = example::ComponentParams;
-    std::ostringstream out;
-    Component component(out);
-    EXPECT_EQ(component.apply({"vendor.qp-range.max=40", "priority.value=x", "nobody=1",
-                               "operating-rate.value=1", "init-data.value=1", "odd",
-                               "window.size.height=-", "comment.value=a=b", "label.text=hi",
-                               "priority.value=2147483648", "window.size.height=720"}),
-              4u);
-    EXPECT_EQ(out.str(),
-              "vendor.qp-range.max: 51 -> 40\n"
-              "priority.value: \"x\" is no number\n"
-              "nobody: no parameter has this name\n"
-              "operating-rate.value: this component does not have the parameter\n"
-              "init-data.value: a blob can't be set from text\n"
-              "odd: not of the form name=value\n"
-              "window.size.height: \"-\" is no number\n"
-              "comment.value: \"\" -> \"a=b\"\n"
-              "label.text: \"decoder\" -> \"hi\"\n"
-              "priority.value: 2147483648 is out of range\n"
-              "window.size.height: 1080 -> 720\n");
-    EXPECT_EQ(component.get<Component::Window>()->picture.height, 720u);
-    EXPECT_STREQ(component.get<Component::Comment>()->m.value, "a=b");
-    EXPECT_EQ(component.get<Component::OperatingRate>(), nullptr);
 }
 
 }  // namespace

@@ -338,26 +338,6 @@ TEST_F(GraphicPoolTest, HeldBuffersGoFirstWhenDroppedAndLastWithThePool) {
     EXPECT_EQ(watcher->gone.back(), held);
 }
 
-TEST_F(GraphicPoolTest, SlotsComeBackAndBlockWhenAllAreOut) {
-    useSlots(2);
-    std::shared_ptr<LX2Buffer> second, third;
-    EXPECT_EQ(pool->allocate(&buffer), C2_OK);
-    EXPECT_EQ(pool->allocate(&second), C2_OK);
-    EXPECT_NE(buffer->graphic()->id(), second->graphic()->id());
-    EXPECT_EQ(pool->allocate(&third), C2_TIMED_OUT);
-    const uint64_t id = second->graphic()->id();
-    auto shared = second->getSharedBuffer();
-    second.reset();
-    EXPECT_EQ(pool->allocate(&third), C2_TIMED_OUT) << "the framework still has it";
-    shared.reset();
-    EXPECT_EQ(pool->allocate(&third), C2_OK);
-    EXPECT_EQ(third->graphic()->id(), id);
-    EXPECT_TRUE(slots->offerAgain(id));
-    EXPECT_EQ(pool->allocate(&second), C2_OK);
-    EXPECT_EQ(second->graphic()->id(), id);
-    EXPECT_EQ(slots->slotsOut(), 2u);
-}
-
 TEST_F(GraphicPoolTest, ReferencesComeAndGoOnOtherThreadsWhileOneAllocates) {
     useSlots(4);
     std::atomic<bool> done{false};

@@ -2,11 +2,16 @@
 
 #include <fcntl.h>
 #include <lx2/FrameGeometry.h>
+#include <lx2host/DmaBuf.h>
 #include <lx2host/VideoCore.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cinttypes>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace lx2::host {
@@ -45,6 +50,30 @@ bool IsMapped(const void* start, size_t length) {
     const uintptr_t size = address - first + length;
     std::vector<unsigned char> resident((size + page - 1) / page);
     return mincore(reinterpret_cast<void*>(first), size, resident.data()) == 0;
+}
+
+// Whether a range lies in one mapping of a file, and in the part of it that the file has.
+bool IsMappedFrom(int fd, const void* start, size_t length) {
+    struct stat file {};
+    const std::unique_ptr<FILE, int (*)(FILE*)> maps(fopen("/proc/self/maps", "re"), fclose);
+    if (maps == nullptr || fstat(fd, &file) != 0)
+        return false;
+    const uint64_t first = reinterpret_cast<uintptr_t>(start);
+    char line[512];
+    while (fgets(line, sizeof(line), maps.get()) != nullptr) {
+        uint64_t begin = 0, end = 0, offset = 0, inode = 0;
+        if (sscanf(line, "%" SCNx64 "-%" SCNx64 " %*s %" SCNx64 " %*s %" SCNu64, &begin, &end,
+                   &offset, &inode) == 4 &&
+            inode == file.st_ino && first >= begin && first < end)
+            return length <= end - first &&
+                   offset + (first - begin) + length <= static_cast<uint64_t>(file.st_size);
+    }
+    return false;
+}
+
+// Of a DMA-BUF its own memory alone; other descriptors stand for any memory of the process.
+bool MayMap(int fd, const void* start, size_t length) {
+    return IsDmaBuf(fd) ? IsMappedFrom(fd, start, length) : IsMapped(start, length);
 }
 
 void CopyPixels(const uint8_t* from, const PlaneLayout& source, uint8_t* to,
@@ -113,7 +142,7 @@ int32_t Blitter::map(int fd, void* cpu, size_t length, uint32_t flags, uint64_t*
     if (cpu == nullptr || length == 0 || flags != blit::kMapFlags || gpu == nullptr ||
         fcntl(fd, F_GETFD) < 0)
         return kBlitBadArgument;
-    if (!IsMapped(cpu, length))
+    if (!MayMap(fd, cpu, length))
         return kBlitBadAddress;
     constexpr uint64_t kPage = 4096;
     std::lock_guard<std::mutex> guard(mLock);
