@@ -104,11 +104,12 @@ class LX2_API LX2GrallocBuffer : public LX2PlatformBuffer {
 };
 
 // The process's one connection to the graphics mapper service, version 3.0. Made on first use, gone
-// when the library is unloaded. Safe to call from any thread.
+// when the library is unloaded. Calls may come from any thread.
 class LX2_API LX2Mapper3Helper {
   public:
     // The instance. Never null. Of threads that race for the first one the last to make it wins,
-    // and the others' instances go: keep the pointer for no longer than a call.
+    // and the others' instances go: keep the pointer for no longer than a call, and call this once
+    // before threads that use graphic buffers start.
     static LX2Mapper3Helper* Get();
 
     LX2Mapper3Helper();
