@@ -34,10 +34,17 @@ TEST(BundleTest, PutReplacesEmplaceKeepsAndGetReadsOneTagOnly) {
     EXPECT_EQ(bundle.find("key")->second.tag(), 4u);
     EXPECT_EQ(bundle.put(bundle.begin()->first, uint64_t{11}), C2_OK) << "its own key";
     EXPECT_EQ(bundle.get<uint64_t>("key", 0), 11u);
-    bundle.put("text", std::string("12"));
-    bundle.put("signed", int64_t{12});
-    for (const char* key : {"text", "signed", "missing"})
-        EXPECT_EQ(bundle.get<uint64_t>(key, 3), 3u) << key;
+    const std::pair<Bundle::Item, uint32_t> others[] = {
+        {Bundle::Item(int32_t{12}), 1},       {Bundle::Item(uint32_t{12}), 2},
+        {Bundle::Item(int64_t{12}), 3},       {Bundle::Item(12.0), 5},
+        {Bundle::Item(std::string("12")), 6},
+    };
+    for (const auto& [item, tag] : others) {
+        EXPECT_TRUE(bundle.emplace(std::to_string(tag), item));
+        EXPECT_EQ(bundle.find(std::to_string(tag))->second.tag(), tag);
+        EXPECT_EQ(bundle.get<uint64_t>(std::to_string(tag), 3), 3u) << tag;
+    }
+    EXPECT_EQ(bundle.get<uint64_t>("missing", 3), 3u);
 }
 
 TEST(MemoryTest, CopiesNothingBeyondTheDestination) {

@@ -199,15 +199,18 @@ TEST_F(BufferTest, SecureBufferTellsItsSizeAndIsNotMapped) {
 }
 
 TEST_F(BufferTest, HandleWithoutDescriptorsInvalidatesTheView) {
-    buffer =
-        std::make_shared<LX2Buffer>(_C2BlockFactory::CreateLinearBlock(
-                                        std::make_shared<LinearAllocation>(64, std::vector<int>{})),
-                                    0);
+    const auto none = _C2BlockFactory::CreateLinearBlock(
+        std::make_shared<LinearAllocation>(64, std::vector<int>{}));
+    buffer = std::make_shared<LX2Buffer>(none, 0);
     EXPECT_EQ(log.take(), Errors(kTag, {"init: invalid handle"}));
     EXPECT_FALSE(buffer->linear()->isValid());
     EXPECT_EQ(buffer->linear()->fd(), -1);
     EXPECT_EQ(buffer->linear()->map(), nullptr);
     EXPECT_EQ(buffer->getSharedBuffer(), nullptr);
+    char text[64];
+    const C2ConstLinearBlock block = none->share(0, 8, C2Fence());
+    EXPECT_STREQ(LX2Buffer::AsString(std::make_shared<LX2SharedBuffer>(block), text, sizeof(text)),
+                 "Linear{fd=-1 sz=64 range(0, 8)}");
     buffer->linear()->init(LinearBlock(32)->share(0, 32, C2Fence()));
     EXPECT_EQ(buffer->linear()->capacity(), 64u) << "an invalid view ignores init";
     EXPECT_EQ(buffer->linear()->setRange(8, 8), C2_OK) << "ranges do not ask for validity";

@@ -191,6 +191,12 @@ TEST_F(ColorEngineTest, UnmapsWhatItMappedOnEveryFailure) {
          2,
          "unmapGPUAddr: gbxUnMapAddr failed: status 11, gpuAddr 0x3000000\n"
          "convert: unmapping GPU address failed (1, 0)\n"},
+        {"UnMapAddr",
+         {12},
+         6,
+         2,
+         "unmapGPUAddr: gbxUnMapAddr failed: status 12, gpuAddr 0x2000000\n"
+         "convert: unmapping GPU address failed (0, 1)\n"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.texts);
@@ -217,6 +223,8 @@ TEST_F(ColorEngineTest, UnmapsWhatItMappedOnEveryFailure) {
 TEST_F(ColorEngineTest, AFailedReconfigurationKeepsTheEngineConfigured) {
     Engine engine;
     const Format nv12{64, 64, PixFormat::NV12, 64, 0};
+    blit->statuses["CreateSurface"] = {0, 5};  // either side's failure is one of the whole
+    EXPECT_EQ(engine.configure(nv12, {64, 64, PixFormat::YV12, 64, 0}), -1);
     EXPECT_EQ(convert(engine), -1);
     EXPECT_EQ(engine.configure(nv12, {64, 64, PixFormat::MIREL_NV12, 512, 0}), 0);
     takeCalls();
@@ -226,18 +234,46 @@ TEST_F(ColorEngineTest, AFailedReconfigurationKeepsTheEngineConfigured) {
     EXPECT_EQ(takeCalls(),
               "DestroySurface CreateSurface DestroySurface "
               "MapAddr UpdateSurface MapAddr UnMapAddr 2000000 UnMapAddr 3000000 ");
-    EXPECT_EQ(convert(engine, -1, 100), -1);
-    EXPECT_THAT(
-        log.takeTexts(),
-        ElementsAre("convert:  can't do color conversion now (enable 1, config 0)",
-                    "calcSize: unsupported color format, ALIGN512_114(276)",
-                    "calcYSize: unsupported or RGB color format, ALIGN512_114(276)",
-                    "getDummySurfaceDef: unsupported color format ALIGN512_114(276)",
-                    "configure: configure failed",
-                    "convert: unsupported dst color format ALIGN512_114(276)",
-                    "convert: convert failed, incorrect input parameters: srcFd 5, dstFd -1, "
-                    "srcBase 0x10000, dstBase 0x20000, mSrcSize 8192, srcSize 100, mDstSize 0, "
-                    "dstSize 100"));
+    EXPECT_THAT(log.takeTexts(),
+                ElementsAre("configure: configure failed",
+                            "convert:  can't do color conversion now (enable 1, config 0)",
+                            "calcSize: unsupported color format, ALIGN512_114(276)",
+                            "calcYSize: unsupported or RGB color format, ALIGN512_114(276)",
+                            "getDummySurfaceDef: unsupported color format ALIGN512_114(276)",
+                            "configure: configure failed",
+                            "convert: unsupported dst color format ALIGN512_114(276)"));
+}
+
+TEST_F(ColorEngineTest, RefusesArgumentsThatNoFrameCanHave) {
+    Engine engine;
+    ASSERT_EQ(engine.configure({64, 64, PixFormat::NV12, 64, 0}, {64, 64, PixFormat::YV12, 64, 0}),
+              0);
+    takeCalls();
+    struct Row {
+        int srcFd, dstFd;
+        const char *srcBase, *dstBase;
+        uint32_t srcSize, dstSize;
+    };
+    const char* const base = "";
+    for (const Row& row :
+         {Row{-1, 6, base, base, 8192, 8192}, Row{5, -1, base, base, 8192, 8192},
+          Row{5, 6, nullptr, base, 8192, 8192}, Row{5, 6, base, nullptr, 8192, 8192},
+          Row{5, 6, base, base, 8191, 8192}, Row{5, 6, base, base, 8192, 8191}}) {
+        log.take();
+        const auto bytes = [](const char* at) {
+            return reinterpret_cast<uint8_t*>(const_cast<char*>(at));
+        };
+        EXPECT_EQ(engine.convert(row.srcFd, bytes(row.srcBase), 0, row.srcSize, row.dstFd,
+                                 bytes(row.dstBase), 0, row.dstSize),
+                  -1);
+        char text[256];
+        snprintf(text, sizeof(text),
+                 "convert: convert failed, incorrect input parameters: srcFd %d, dstFd %d, "
+                 "srcBase %p, dstBase %p, mSrcSize 8192, srcSize %u, mDstSize 8192, dstSize %u",
+                 row.srcFd, row.dstFd, row.srcBase, row.dstBase, row.srcSize, row.dstSize);
+        EXPECT_THAT(log.take(), ElementsAre(Error(kTag, text)));
+    }
+    EXPECT_EQ(takeCalls(), "");
 }
 
 TEST_F(ColorEngineTest, DebugLinesHaveTwoGates) {

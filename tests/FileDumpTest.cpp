@@ -1,5 +1,6 @@
 #include <C2Config.h>
 #include <C2PlatformSupport.h>
+#include <fcntl.h>
 #include <lx2/FrameGeometry.h>
 #include <lx2/LX2FileDump.h>
 #include <lx2/PixFormat.h>
@@ -48,11 +49,6 @@ using Impl = LX2FileDump::Impl;
 
 constexpr char kTag[] = "FileDump";
 constexpr char kVp8[] = "video/x-vnd.on2.vp8", kVp9[] = "video/x-vnd.on2.vp9";
-
-size_t OpenFiles() {
-    const std::filesystem::directory_iterator files("/proc/self/fd");
-    return static_cast<size_t>(std::distance(begin(files), end(files)));
-}
 
 class FileDumpTest : public Fixture {
   protected:
@@ -179,6 +175,7 @@ TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
     EXPECT_EQ(dump->write(std::shared_ptr<LX2Buffer>()), LX2_ERROR);
     EXPECT_EQ(dump->write(std::shared_ptr<C2Buffer>()), LX2_BAD_ARG);
     EXPECT_EQ(dump->write(NoisyFrame(PixFormat::NV12, 64, 48)), LX2_ERROR);
+    EXPECT_EQ(dump->write(Bitstream({1})), LX2_ERROR);
     std::filesystem::create_directory(dir / "sub");
     EXPECT_EQ(dump->write(LinearBuffer(16, C2MemoryUsage::READ_PROTECTED)), LX2_ERROR);
     EXPECT_EQ(dump->write(Bitstream({1})->getSharedBuffer()), C2_OK);
@@ -186,6 +183,7 @@ TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
     EXPECT_EQ(dump->write(Bitstream({2})), C2_OK);
     EXPECT_THAT(logged(),
                 ElementsAre(Warning(kTag, "Invalid buffer"),
+                            Error(kTag, "Failed to open " + missing + " for writing"),
                             Error(kTag, "Failed to open " + missing + " for writing"),
                             Info(kTag, "Opened file " + missing + " for writing"),
                             Error("LX2Buf", "LX2Buffer::Mapping: Cannot map a secure buffer"),
@@ -196,6 +194,20 @@ TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
     Impl full("video/raw", 0, false, "", "/dev/full", false);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(full.write(NoisyFrame(PixFormat::NV12, 640, 480)), C2_OK);
+}
+
+TEST_F(FileDumpTest, WhatCannotBeMappedIsNotWritten) {
+    for (const uint32_t format : {PixFormat::NV12, PixFormat::MIREL_NV12_CMPX}) {
+        const auto frame = NoisyFrame(format, 64, 48);
+        frame->graphic()->setAllocSize(0);
+        EXPECT_EQ(fixedDump("video/raw")->write(frame), LX2_ERROR);
+    }
+    const auto nowhere = std::make_shared<LinearAllocation>(
+        64, std::vector<int>{open("/dev/null", O_RDWR | O_CLOEXEC)});
+    EXPECT_EQ(fixedDump(kVp8)->write(
+                  std::make_shared<LX2Buffer>(_C2BlockFactory::CreateLinearBlock(nowhere), 0)),
+              LX2_ERROR);
+    EXPECT_TRUE(ReadAll(path).empty());
 }
 
 Bytes IvfFile(uint8_t version, const Bytes& frames) {

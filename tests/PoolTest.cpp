@@ -184,9 +184,12 @@ TEST_F(GraphicPoolTest, FailuresLeaveNoBuffer) {
     expectFailure(C2_NO_MEMORY,
                   Errors(kTag, {"allocate: failed to alloc graphic block w(320)/h(240)/"
                                 "f(7fa30c04)/usage(0)"}));
-    pool->setResolution(320, 0);
-    expectFailure(C2_NO_INIT, Errors(kTag, {"LX2GraphicBufferPoolImpl::allocate: resolution and "
-                                            "pixel-format not specified!"}));
+    for (const Fetch& missing : {Fetch{0, 240, 1, 0}, Fetch{320, 0, 1, 0}, Fetch{320, 240, 0, 0}}) {
+        pool->setResolution(missing.width, missing.height);
+        pool->setFormat(missing.format);
+        expectFailure(C2_NO_INIT, Errors(kTag, {"LX2GraphicBufferPoolImpl::allocate: resolution "
+                                                "and pixel-format not specified!"}));
+    }
     pool = LX2GraphicBufferPool::Create(nullptr);
     expectFailure(C2_NO_INIT,
                   Errors(kTag, {"LX2GraphicBufferPoolImpl::allocate: No pool to allocate!"}));

@@ -32,4 +32,10 @@ inline std::vector<uint8_t> ReadAll(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// How many descriptors this process has open, the one that looks included.
+inline size_t OpenFiles() {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return static_cast<size_t>(std::distance(begin(files), end(files)));
+}
+
 }  // namespace lx2::test

@@ -1,0 +1,87 @@
+// What is left when there is no memory for one more object.
+#include <lx2/LX2ColorConverter.h>
+#include <lx2/LX2FileDump.h>
+#include <lx2/PixFormat.h>
+#include <lx2/ReflectedParamUpdater.h>
+
+#include <new>
+
+#include "Blocks.h"
+#include "Fixture.h"
+#include "TempDir.h"
+
+namespace {
+int gFailing = 0;  // which of the next allocations fails, counted from 1; none when 0
+}
+
+// The library asks this one wherever it can go on without.
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    if (gFailing > 0 && --gFailing == 0)
+        return nullptr;
+    return ::operator new(size);
+}
+
+namespace lx2::test {
+namespace {
+
+using ::testing::ElementsAre;
+using OutOfMemoryTest = Fixture;
+
+constexpr char kEngine[] = "LX2GBXEngine", kConverter[] = "LX2ColorConverter";
+
+TEST_F(OutOfMemoryTest, AConverterSaysWhatItLacksAndConvertsTheNextGeometry) {
+    const auto yuv = GraphicBuffer(64, 64, PixFormat::NV12);
+    const auto rgb = GraphicBuffer(64, 64, PixFormat::RGBA8888);
+    log.take();
+    gFailing = 1;
+    LX2ColorConverter none;
+    EXPECT_EQ(none.convert(yuv->graphic(), rgb->graphic()), -1);
+    EXPECT_THAT(log.take(),
+                ElementsAre(Error(kConverter, "convert: gbx engine has not been created")));
+    const char* const lacking[] = {"getDummySurfaceDef: surfaceYUVDef allocation falied",
+                                   "getDummySurfaceDef: surfaceRGBDef allocation failed"};
+    for (int i = 0; i < 2; ++i) {
+        LX2ColorConverter converter;
+        gFailing = i + 1;
+        EXPECT_EQ(converter.convert(yuv->graphic(), rgb->graphic()), -1);
+        std::vector<LogLine> lines = log.take();
+        lines.erase(lines.begin(), lines.end() - 3);  // which say that RGB has no luma
+        EXPECT_THAT(lines, ElementsAre(Error(kEngine, lacking[i]),
+                                       Error(kEngine, "configure: configure failed"),
+                                       Error(kConverter, "convert: configure gbx engine failed")));
+        EXPECT_EQ(converter.convert(rgb->graphic(), yuv->graphic()), 0);
+    }
+}
+
+TEST_F(OutOfMemoryTest, AFileLoggerThatCannotBeMadeLeavesNoFileOpen) {
+    TempDir dir;
+    const size_t before = OpenFiles();
+    gC2FileLogLevel = 1;
+    for (const int failing : {1, 2}) {
+        std::unique_ptr<LX2FileLogger> logger;
+        gFailing = failing;
+        EXPECT_EQ(LX2FileLogger::Create(dir / "log.txt", &logger), C2_NO_MEMORY);
+        EXPECT_EQ(logger, nullptr);
+        EXPECT_EQ(OpenFiles(), before);
+    }
+}
+
+TEST_F(OutOfMemoryTest, AParameterThatCannotGrowStaysAsItIs) {
+    constexpr uint32_t kIndex = C2Param::KIND_SETTING | C2Param::DIR_GLOBAL | 1;
+    ReflectedParamUpdater updater;
+    updater.addParamDesc(std::make_shared<C2ParamDescriptor>(false, "p", kIndex),
+                         {1, {{C2FieldDescriptor::STRING, 0, "t", 0, 0}}}, nullptr, false);
+    uint32_t memory[] = {8, kIndex};
+    std::vector<std::unique_ptr<C2Param>> params;
+    params.push_back(C2Param::Copy(*C2Param::From(memory, sizeof(memory))));
+    const C2Param* before = params[0].get();
+    for (const uint32_t size : {8, 13}) {
+        gFailing = size == 8;
+        updater.updateParamsFromMessage({{"p.t", "text"}}, &params);
+        EXPECT_EQ(params[0]->size(), size);
+        EXPECT_EQ(params[0].get() == before, size == 8);
+    }
+}
+
+}  // namespace
+}  // namespace lx2::test
