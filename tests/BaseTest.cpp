@@ -51,6 +51,7 @@ TEST(MemoryTest, CopiesNothingBeyondTheDestination) {
     char room[4] = "abc";
     EXPECT_EQ(memcpy_s(room, 2, "xyz", 3), ERANGE);
     EXPECT_EQ(memcpy_s(nullptr, 2, "xy", 2), EINVAL);
+    EXPECT_EQ(memcpy_s(room, 2, nullptr, 2), EINVAL);
     EXPECT_EQ(memcpy_s(nullptr, 0, nullptr, 0), 0);
     EXPECT_STREQ(room, "abc") << "untouched";
     EXPECT_EQ(memcpy_s(room, 2, "xy", 2), 0);
@@ -141,6 +142,8 @@ TEST(FrameSizeTest, CompressedFramesHaveTheVideoCoresSizes) {
         // 4096 + 256 x (16 + 16) + 4096
         {PixFormat::MIREL_TP10, 1, 1, 16384},
         {PixFormat::MIREL_NV12, 1920, 1080, 0},
+        {PixFormat::RGBA8888_CMPX, 64, 0, 0},
+        {PixFormat::RGBA8888_CMPX, 1ull << 32, 64, 0},
     };
     for (const Row& row : rows)
         EXPECT_EQ(

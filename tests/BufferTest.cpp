@@ -1,6 +1,4 @@
 #include <linux/dma-buf.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
 
 #include <thread>
 
@@ -268,20 +266,6 @@ TEST_F(BufferTest, MappingKeepsItsBufferAliveAndNeedsASharedOne) {
     EXPECT_TRUE(watch.expired());
     LX2Buffer alone(LinearBlock(64), 0);
     EXPECT_THROW(alone.linear()->map(), std::bad_weak_ptr);
-}
-
-TEST_F(BufferTest, MemoryIsTheSameInEveryMappingAndProcess) {
-    buffer->linear()->map()->data()[10] = 77;
-    const pid_t child = fork();
-    if (child == 0) {
-        auto* bytes = static_cast<uint8_t*>(
-            mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, buffer->linear()->fd(), 0));
-        _exit(std::exchange(bytes[10], 78) == 77 ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(buffer->linear()->mapReadOnly()->data()[10], 78);
 }
 
 TEST_F(BufferTest, ThreadsMapOneBufferAtOnce) {

@@ -191,6 +191,7 @@ TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
     EXPECT_EQ(ReadAll(missing), (Bytes{1, 2}));
     LX2FileDump taker = std::move(*dump);
     EXPECT_EQ(dump->write(Bitstream({3})), C2_NO_INIT);
+    EXPECT_EQ(dump->write(Bitstream({3})->getSharedBuffer()), C2_NO_INIT);
     Impl full("video/raw", 0, false, "", "/dev/full", false);
     for (int i = 0; i < 3; ++i)
         EXPECT_EQ(full.write(NoisyFrame(PixFormat::NV12, 640, 480)), C2_OK);

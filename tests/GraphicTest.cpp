@@ -1,5 +1,4 @@
 #include <C2AllocatorGralloc.h>
-#include <dirent.h>
 #include <lx2/LX2BufferPool.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/PixFormat.h>
@@ -11,6 +10,7 @@
 
 #include "Blocks.h"
 #include "Fixture.h"
+#include "TempDir.h"
 
 // An unwrapped handle with too few descriptors is left behind by the constructor that refuses it.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
@@ -28,15 +28,6 @@ using ::testing::MatchesRegex;
 constexpr const char* kTag = "LX2Buf";
 constexpr const char* kGrallocTag = "LX2GrallocBuffer";
 using MapperError = android::hardware::graphics::mapper::V3_0::Error;
-
-size_t OpenDescriptors() {
-    size_t count = 0;
-    DIR* dir = opendir("/proc/self/fd");
-    while (readdir(dir) != nullptr)
-        ++count;
-    closedir(dir);
-    return count;
-}
 
 template <class Record>
 std::vector<uint32_t> Figures(Record& record) {
@@ -162,7 +153,7 @@ TEST_F(GrallocTest, TenThousandRoundsAndManyThreadsLeaveNothing) {
     pool->setResolution(64, 64);
     pool->setFormat(PixFormat::MIREL_NV12_CMPX);
     const auto allocation = host::AllocateGraphic(64, 64, PixFormat::NV12, 0);
-    const size_t imports = host::LiveImports(), descriptors = OpenDescriptors();
+    const size_t imports = host::LiveImports(), descriptors = OpenFiles();
     std::thread threads[4];
     for (auto& thread : threads)
         thread = std::thread([&allocation] {
@@ -176,7 +167,7 @@ TEST_F(GrallocTest, TenThousandRoundsAndManyThreadsLeaveNothing) {
         thread.join();
     buffer.reset();
     EXPECT_EQ(host::LiveImports(), imports);
-    EXPECT_EQ(OpenDescriptors(), descriptors);
+    EXPECT_EQ(OpenFiles(), descriptors);
 }
 
 class GraphicViewTest : public Fixture {};
@@ -309,6 +300,11 @@ TEST_F(GraphicViewTest, IsDescribedInOneLine) {
                 MatchesRegex("Gfx\\{fd=[0-9]+ \\[320x240\\]<320x240> f=NV12\\(NV12\\) "
                              "crop=\\(2, 4\\)\\[100x50\\]\\}"));
     EXPECT_EQ(host::LiveImports(), imports) << "the temporary import is freed";
+    const auto two = buffer->getSharedBuffer()->data().graphicBlocks();
+    EXPECT_STREQ(LX2Buffer::AsString(std::make_shared<AnyC2Buffer>(std::vector{two[0], two[0]}),
+                                     text, sizeof(text)),
+                 "Invalid");
+    EXPECT_EQ(LX2Buffer::Graphic(LinearBuffer(16).get(), two[0]).id(), ~uint64_t{0});
 }
 
 }  // namespace

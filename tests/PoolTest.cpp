@@ -1,4 +1,3 @@
-#include <C2PlatformSupport.h>
 #include <lx2/LX2BufferPool.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/LX2GraphicBufferPoolImpl.h>
@@ -79,18 +78,6 @@ TEST_F(LinearPoolTest, FailuresLeaveNoBufferAndOneLine) {
     pool.setBufferSize(0);
     expectFailure(pool, C2_NO_INIT, "LX2LinearBufferPool::allocate: buffer-size not provided!");
     expectFailure(none, C2_NO_INIT, "LX2LinearBufferPool::allocate: No pool to allocate!");
-}
-
-TEST_F(LinearPoolTest, BufferOutlivesItsPool) {
-    std::shared_ptr<C2BlockPool> basic;
-    ASSERT_EQ(android::GetCodec2BlockPool(C2BlockPool::BASIC_LINEAR, nullptr, &basic), C2_OK);
-    auto pool = std::make_unique<LX2LinearBufferPool>(std::move(basic), 0);
-    pool->setBufferSize(100000);
-    pool->allocate(&buffer);
-    pool.reset();
-    auto mapping = buffer->linear()->map();
-    mapping->data()[99999] = 42;
-    EXPECT_EQ(buffer->linear()->mapReadOnly()->data()[99999], 42);
 }
 
 class Watcher : public LX2BufferDeleteCallback {
@@ -254,6 +241,8 @@ TEST_F(GraphicPoolTest, HoldsAreRefusedAsTheyShould) {
     EXPECT_EQ(pool->dropAllReferences(), C2_OK);
     EXPECT_TRUE(watch.expired());
     pool->counts(nullptr, nullptr);
+    EXPECT_EQ(LX2GraphicBufferPoolImpl::RefTracker().getPreFetchedAndAvailable(nullptr),
+              LX2_BAD_ARG);
 }
 
 TEST_F(GraphicPoolTest, OneOfSeveralHoldsReleasesOneParkedBuffer) {
