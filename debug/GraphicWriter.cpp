@@ -45,15 +45,9 @@ void Prefault([[maybe_unused]] const Mapping& mapping, [[maybe_unused]] uint64_t
 
 // Writes rows as far as the memory at base reaches.
 void WriteRows(DumpFile* file, const RowBlock& rows, const uint8_t* base, uint64_t readable) {
-    if (rows.length == 0 || rows.start >= readable)
+    if (rows.length == 0)
         return;
     uint64_t start = rows.start;
-    if (rows.pitch == rows.length) {  // without padding between them they are one piece
-        const uint64_t there = readable - start;
-        const bool whole = rows.count <= there / rows.length;
-        file->write(base + start, whole ? rows.count * rows.length : there);
-        return;
-    }
     for (uint64_t row = 0; row < rows.count && start < readable; ++row, start += rows.pitch)
         file->write(base + start, std::min(rows.length, readable - start));
 }

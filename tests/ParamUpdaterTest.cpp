@@ -110,6 +110,7 @@ TEST_F(ParamUpdaterTest, VendorParametersAreMarkedInTheListForm) {
 TEST_F(ParamUpdaterTest, WhatNoKeyCanAddressIsLoggedAndLeftOut) {
     updater.addParamDesc(reflector, {nullptr, Desc("dark", kGlobal | 9)});
     updater.addParamDesc(nullptr, {9, {}}, reflector, true);
+    updater.addParamDesc(nullptr, {Desc("alone", kGlobal | 8)});
     reflector->structures[0x100] = {{0x20100, 1, "self", 0, 4}};
     gC2LogLevel = 0x01000002;
     add("p", kGlobal | 1,
@@ -126,16 +127,17 @@ TEST_F(ParamUpdaterTest, WhatNoKeyCanAddressIsLoggedAndLeftOut) {
     updater.addParamDesc(Desc("q", kGlobal | 3),
                          {3, {{0x20100, 1, "s", 0, 4}, {Field::BLOB, 2, "b", 4, 2}}}, nullptr,
                          true);
-    EXPECT_THAT(log.take(), ElementsAre(Error(kTag, "Could not describe dark"),
-                                        Error(kTag, "extent() != 1 for single value type: p.array"),
-                                        Error(kTag, "extent() != 1 for single value type: p.none"),
-                                        Error(kTag, "Unrecognized type: p.eight"),
-                                        Error(kTag, "Unrecognized type: p.odd"),
-                                        Error(kTag, "ignored struct field p.structs"),
-                                        Error(kTag, "Could not describe structure of p.nowhere"),
-                                        Error(kTag, "Could not describe structure of p.loop.self"),
-                                        Debug(kTag, "p.text registered"),
-                                        Error(kTag, "ignored struct field q.s")));
+    EXPECT_THAT(
+        log.take(),
+        ElementsAre(Error(kTag, "Could not describe dark"), Error(kTag, "Could not describe alone"),
+                    Error(kTag, "extent() != 1 for single value type: p.array"),
+                    Error(kTag, "extent() != 1 for single value type: p.none"),
+                    Error(kTag, "Unrecognized type: p.eight"),
+                    Error(kTag, "Unrecognized type: p.odd"),
+                    Error(kTag, "ignored struct field p.structs"),
+                    Error(kTag, "Could not describe structure of p.nowhere"),
+                    Error(kTag, "Could not describe structure of p.loop.self"),
+                    Debug(kTag, "p.text registered"), Error(kTag, "ignored struct field q.s")));
     EXPECT_EQ(keysAmong({"p.array", "p.eight", "p.text", "p.x", "q.s", "dark"}), "p.text@0:2 ");
     EXPECT_EQ(updater.getParamName(kGlobal | C2Param::IS_STRUCT_FLAG | 2), "<unknown 2684485634>");
 }
