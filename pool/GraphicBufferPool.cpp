@@ -42,7 +42,11 @@ std::unique_ptr<LX2GraphicBufferPool> LX2GraphicBufferPool::Create(
 LX2GraphicBufferPoolImpl::LX2GraphicBufferPoolImpl(std::shared_ptr<C2BlockPool> pool, bool flag)
     : mFlag(flag), mPool(std::move(pool)) {}
 
-LX2GraphicBufferPoolImpl::~LX2GraphicBufferPoolImpl() = default;
+LX2GraphicBufferPoolImpl::~LX2GraphicBufferPoolImpl() {
+    mDeleteCallback.reset();
+    // While the tracker is still whole: the deleters may call back.
+    mRefTracker.release();
+}
 
 LX2Status LX2GraphicBufferPoolImpl::registerCallback(
     std::weak_ptr<LX2BufferDeleteCallback> callback) {

@@ -82,4 +82,14 @@ LX2Status RefTracker::reset() {
     return C2_OK;
 }
 
+void RefTracker::release() {
+    decltype(mHeld) held;
+    decltype(mStashed) stashed;
+    decltype(mAvailable) available;
+    std::lock_guard<std::mutex> guard(mLock);
+    held.swap(mHeld);
+    stashed.swap(mStashed);
+    available.swap(mAvailable);
+}
+
 }  // namespace lx2

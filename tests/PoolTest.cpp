@@ -307,6 +307,14 @@ TEST_F(GraphicPoolTest, CallbackMayDropReferencesItself) {
         go();
         EXPECT_EQ(dropper->status, C2_CANNOT_DO);
     }
+    buffer.reset();
+    for (const uint64_t id : {2, 3}) {
+        pool->allocate(&buffer);
+        pool->holdReference(id, std::move(buffer));
+    }
+    dropper->status = C2_OK;
+    pool.reset();
+    EXPECT_EQ(dropper->status, C2_CANNOT_DO) << "none is left to drop in a pool that ends";
 }
 
 TEST_F(GraphicPoolTest, HeldBuffersGoFirstWhenDroppedAndLastWithThePool) {

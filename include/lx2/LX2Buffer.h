@@ -51,7 +51,8 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     // The kind, in the numbering of C2BufferData::type_t: 1 linear, 3 graphic.
     uint32_t type() const { return mType; }
 
-    // The views. Both exist as long as the buffer does; the one that matches the kind is valid.
+    // The views. Both exist as long as the buffer does; at most the one that matches the kind is
+    // valid, and none of a buffer that has no block, several, or a linear one without a descriptor.
     Linear* linear() const { return mLinear.get(); }
     Graphic* graphic() const { return mGraphic.get(); }
 
@@ -165,7 +166,8 @@ class LX2_API LX2Buffer::Linear {
   public:
     // Of a writable block; null gives an invalid view.
     Linear(LX2Buffer* parent, std::shared_ptr<C2LinearBlock> block, uint64_t usage);
-    // Of a block in a framework buffer: read-only, the block is not kept.
+    // Of a block in a framework buffer, which is not kept. Its range is read-only; its memory may
+    // be mapped for writing too.
     Linear(LX2Buffer* parent, const C2ConstLinearBlock& block);
 
     Linear(const Linear&) = delete;
@@ -182,7 +184,8 @@ class LX2_API LX2Buffer::Linear {
     uint32_t capacity() const { return mCapacity; }  // length of the block, bytes
 
     // Sets the valid range of a block that this component owns, in bytes. A size past the end is
-    // trimmed to the capacity and logged.
+    // trimmed to the capacity and logged, but for one whose 32-bit sum with offset wraps around: it
+    // is stored as it is.
     // C2_OK; C2_CANNOT_DO for a read-only view or an offset past the capacity (nothing changes
     // then).
     LX2Status setRange(uint32_t offset, uint32_t size);
@@ -250,7 +253,8 @@ class LX2_API LX2Buffer::Graphic {
 
     // Sets the crop of a block that this component owns.
     // C2_OK; C2_CANNOT_DO without a writable block (nothing changes), and for a crop that does not
-    // fit the block, which is clamped to it and set all the same.
+    // fit the block, which is clamped to it and set all the same. The sums of clamping are of 32
+    // bits: a crop whose sums wrap around stays as large as it says.
     LX2Status setCrop(const C2Rect& crop);
 
     // The displayed size in pixels: the crop's, or the allocation's while no crop is set.

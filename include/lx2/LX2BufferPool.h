@@ -51,7 +51,8 @@ class LX2_API LX2BufferDeleteCallback {
 
     // buffer: the address that the destroyed buffer had, an identity and nothing more. Called on
     // the thread that released the last reference, with no lock of the pool's held: references may
-    // be held and dropped from here.
+    // be held and dropped from here. A pool that is being destroyed has none left to drop, and
+    // nothing may be held in it any more.
     virtual void onBufferDeleted(LX2Buffer* buffer) = 0;
 };
 

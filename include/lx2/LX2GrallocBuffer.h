@@ -122,7 +122,8 @@ class LX2_API LX2Mapper3Helper {
     // Null on failure, which is logged.
     native_handle_t* importBuffer(const native_handle_t* handle);
 
-    // Gives an imported handle back. Failure is logged.
+    // Gives an imported handle back. The mapper's refusal is logged; without a mapper nothing is
+    // done.
     void freeBuffer(native_handle_t* handle);
 
   private:

@@ -45,6 +45,9 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
 
         LX2Status reset();
 
+        // As reset(), in the order in which a pool that ends lets go: the held ones last.
+        LX2_LOCAL void release();
+
         uint64_t heldCount() const { return mHeld.size(); }
         uint64_t pendingCount() const { return mAvailable.size() + mStashed.size(); }
 
