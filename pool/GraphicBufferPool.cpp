@@ -44,8 +44,7 @@ LX2GraphicBufferPoolImpl::LX2GraphicBufferPoolImpl(std::shared_ptr<C2BlockPool> 
 
 LX2GraphicBufferPoolImpl::~LX2GraphicBufferPoolImpl() {
     mDeleteCallback.reset();
-    // While the tracker is still whole: the deleters may call back.
-    mRefTracker.release();
+    mRefTracker.takeAll();  // while the tracker is still whole
 }
 
 LX2Status LX2GraphicBufferPoolImpl::registerCallback(

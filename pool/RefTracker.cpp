@@ -70,26 +70,20 @@ LX2Status RefTracker::getPreFetchedAndAvailable(std::shared_ptr<LX2Buffer>* out)
     return C2_OK;
 }
 
-LX2Status RefTracker::reset() {
-    // Emptied under the lock, released after it, the held ones first: the deleters may call back.
-    decltype(mAvailable) available;
-    decltype(mStashed) stashed;
-    decltype(mHeld) held;
+RefTracker::Contents RefTracker::takeAll() {
     std::lock_guard<std::mutex> guard(mLock);
-    held.swap(mHeld);
-    stashed.swap(mStashed);
-    available.swap(mAvailable);
-    return C2_OK;
+    Contents all;
+    all.held.swap(mHeld);
+    all.stashed.swap(mStashed);
+    all.available.swap(mAvailable);
+    return all;
 }
 
-void RefTracker::release() {
-    decltype(mHeld) held;
-    decltype(mStashed) stashed;
-    decltype(mAvailable) available;
-    std::lock_guard<std::mutex> guard(mLock);
-    held.swap(mHeld);
-    stashed.swap(mStashed);
-    available.swap(mAvailable);
+LX2Status RefTracker::reset() {
+    Contents all = takeAll();
+    all.held.clear();
+    all.stashed.clear();
+    return C2_OK;
 }
 
 }  // namespace lx2

@@ -3,6 +3,7 @@
 #include <map>
 #include <random>
 #include <stdexcept>
+#include <thread>
 
 #include "FieldWriter.h"
 #include "Fixture.h"
@@ -319,6 +320,31 @@ TEST(MessageWalkTest, LookingUpTheKeysVisitsWhatWalkingTheNamesVisits) {
         VisitByKey(fields, message, into(&seen[0]));
         VisitByName(fields, message, into(&seen[1]));
         ASSERT_EQ(seen[0], seen[1]);
+    }
+}
+
+TEST_F(ParamUpdaterTest, SeveralThreadsReadMessagesAtOnce) {
+    add("p", kGlobal | 1, {{Field::INT32, 1, "n", 0, 4}, {Field::STRING, 0, "t", 4, 0}});
+    std::vector<std::thread> threads;
+    std::vector<Params> lists(4);
+    for (size_t id = 0; id < lists.size(); ++id)
+        threads.emplace_back([this, id, &mine = lists[id]] {
+            mine.push_back(Param(kGlobal | 1, "...."));
+            for (size_t i = 0; i < 200; ++i) {
+                updater.updateParamsFromMessage(
+                    {{"p.n", std::to_string(id)}, {"p.t", std::string(i % 7 + id, 'x')}}, &mine);
+                std::vector<C2Param::Index> indices;
+                updater.getParamIndicesFromMessage({{"p.n", "1"}}, &indices);
+                if (indices.size() != 1 || updater.getParamName(indices[0]) != "p")
+                    mine.clear();
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (size_t id = 0; id < lists.size(); ++id) {
+        ASSERT_EQ(lists[id].size(), 1u);
+        EXPECT_EQ(IntAt(*lists[id][0], 0), int(id));
+        EXPECT_EQ(lists[id][0]->size(), 8 + 4 + 199 % 7 + id + 1);
     }
 }
 

@@ -45,8 +45,13 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
 
         LX2Status reset();
 
-        // As reset(), in the order in which a pool that ends lets go: the held ones last.
-        LX2_LOCAL void release();
+        // Everything that is tracked. It goes in the reverse order: the held buffers last.
+        struct Contents {
+            std::unordered_map<uint64_t, std::shared_ptr<LX2Buffer>> held;
+            std::list<std::shared_ptr<LX2Buffer>> stashed, available;
+        };
+        // Takes it out under the lock, to be released after it: the deleters may call back.
+        LX2_LOCAL Contents takeAll();
 
         uint64_t heldCount() const { return mHeld.size(); }
         uint64_t pendingCount() const { return mAvailable.size() + mStashed.size(); }
