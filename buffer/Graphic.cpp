@@ -93,6 +93,13 @@ uint64_t LX2Buffer::Graphic::id() const {
     return mPlatformBuffer ? mPlatformBuffer->id() : std::numeric_limits<uint64_t>::max();
 }
 
+FramePlanes LX2Buffer::Graphic::planes() const {
+    FramePlanes planes = geometry::PlanesOf(format(), width(), height(), stride());
+    for (FramePlane& plane : planes.plane)
+        plane.offset += offset();
+    return planes;
+}
+
 void LX2Buffer::Graphic::setAllocSize(uint32_t size) {
     // A view's platform buffer is always one that init() made.
     if (mPlatformBuffer)

@@ -26,17 +26,21 @@ uint32_t LX2ColorConverter::Engine::calcStride(uint32_t format, uint32_t width,
                                                bool isSource) const {
     if (isRGBSurface(format) && isSource && mSrcStride != 0)
         return mSrcStride * 4;
-    if (!isRGBSurface(format) && !isYUVSurface(format))
+    if (!isRGBSurface(format) && !isYUVSurface(format)) {
         LX2_LOGE("%s: unsupported color format, %s(%d)", "calcStride", PixFormat::Str(format),
                  static_cast<int>(format));
+        return 0;
+    }
     return geometry::Stride<uint32_t>(format, width);
 }
 
 uint32_t LX2ColorConverter::Engine::calcYSize(uint32_t format, uint32_t width,
                                               uint32_t height) const {
-    if (!isYUVSurface(format))
+    if (!isYUVSurface(format)) {
         LX2_LOGI("%s: unsupported or RGB color format, %s(%d)", "calcYSize", PixFormat::Str(format),
                  static_cast<int>(format));
+        return 0;
+    }
     return geometry::LumaSize<uint32_t>(format, width, height);
 }
 

@@ -1,4 +1,5 @@
 #include <SafeRange.h>
+#include <lx2/FramePlanes.h>
 #include <lx2/PixFormat.h>
 #include <lx2/Platform.h>
 #include <sys/mman.h>
@@ -8,7 +9,6 @@
 
 #include "DumpLog.h"
 #include "FileDumpImpl.h"
-#include "FrameRows.h"
 
 namespace lx2 {
 
@@ -17,16 +17,33 @@ namespace {
 using Graphic = LX2Buffer::Graphic;
 using Mapping = LX2Buffer::Mapping;
 
-std::optional<FrameRows> RowsOf(const Graphic& view) {
-    return FrameRowsOf(view.format(), view.width(), view.height(), view.stride());
+// The rows to write, none of a frame that is written whole. They are the format's planes, but for
+// what tools that read dumps rely on.
+FramePlanes RowsOf(const Graphic& view) {
+    const uint64_t width = view.width();
+    const uint64_t height = view.height();
+    const FramePlanes planes = geometry::PlanesOf(view.format(), width, height, view.stride());
+    const FramePlane& chroma = planes[1];
+    switch (view.format()) {
+        case PixFormat::I420:
+        case PixFormat::NV12:  // the width is taken for the pitch, and for the end of the luma
+            return {{{0, width, width, height + height / 2}}, 1};
+        case PixFormat::YV12:  // one run of rows through both planes of chroma
+            return {{planes[0], {chroma.offset, chroma.pitch, chroma.rowBytes, height}}, 2};
+        case PixFormat::MIREL_NV12:  // of an odd width, half a pair at the end of a row
+            return {{planes[0], {chroma.offset, chroma.pitch, width, chroma.rows}}, 2};
+        case PixFormat::MIREL_P010:
+            return {};
+        default:
+            return planes;
+    }
 }
 
 // The allocation size of a framework buffer's view is a rule's and not its memory's: rows may reach
 // beyond it. They are mapped too, as far as there is memory.
-std::unique_ptr<Mapping> MapWithRows(Graphic* view, const std::optional<FrameRows>& rows) {
+std::unique_ptr<Mapping> MapWithRows(Graphic* view, const FramePlanes& rows) {
     const uint32_t size = view->allocSize();
-    const uint64_t wanted = rows ? std::max(rows->luma.end(), rows->chroma.end()) : 0;
-    const uint64_t there = std::min(wanted, MemoryBehind(view->fd()).value_or(0));
+    const uint64_t there = std::min(rows.size(), MemoryBehind(view->fd()).value_or(0));
     if (size == 0 || there <= size || there > std::numeric_limits<uint32_t>::max())
         return view->mapInternal(false);
     view->setAllocSize(static_cast<uint32_t>(there));
@@ -44,12 +61,12 @@ void Prefault([[maybe_unused]] const Mapping& mapping, [[maybe_unused]] uint64_t
 }
 
 // Writes rows as far as the memory at base reaches.
-void WriteRows(DumpFile* file, const RowBlock& rows, const uint8_t* base, uint64_t readable) {
-    if (rows.length == 0)
+void WriteRows(DumpFile* file, const FramePlane& plane, const uint8_t* base, uint64_t readable) {
+    if (plane.rowBytes == 0)
         return;
-    uint64_t start = rows.start;
-    for (uint64_t row = 0; row < rows.count && start < readable; ++row, start += rows.pitch)
-        file->write(base + start, std::min(rows.length, readable - start));
+    uint64_t start = plane.offset;
+    for (uint64_t row = 0; row < plane.rows && start < readable; ++row, start += plane.pitch)
+        file->write(base + start, std::min(plane.rowBytes, readable - start));
 }
 
 }  // namespace
@@ -92,12 +109,10 @@ LX2Status LX2FileDump::Impl::dumpGraphicUnCompressed(Graphic* view) {
         return LX2_ERROR;
     const uint64_t readable = ReadableBytes(*mapping, view->fd());
     Prefault(*mapping, readable);
-    if (rows) {
-        WriteRows(&mFile, rows->luma, mapping->data(), readable);
-        WriteRows(&mFile, rows->chroma, mapping->data(), readable);
-    } else {
+    for (const FramePlane& plane : rows)
+        WriteRows(&mFile, plane, mapping->data(), readable);
+    if (rows.count == 0)
         mFile.write(mapping->data(), readable);
-    }
     ++mFrameCount;
     LX2_LOGD("Dump Graphic buf of fmt : %s", PixFormat::Str(view->format()));
     return C2_OK;

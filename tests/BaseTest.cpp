@@ -1,13 +1,13 @@
 #include <lx2/BufFlag.h>
 #include <lx2/Bundle.h>
-#include <lx2/FrameGeometry.h>
 #include <lx2/Memory.h>
 #include <lx2/PixFormat.h>
 #include <lx2/Platform.h>
 
+#include <array>
 #include <cerrno>
-#include <set>
 
+#include "Blocks.h"
 #include "Fixture.h"
 
 namespace lx2::test {
@@ -58,17 +58,6 @@ TEST(MemoryTest, CopiesNothingBeyondTheDestination) {
     EXPECT_STREQ(room, "xyc");
 }
 
-TEST(PixFormatTest, NamesEveryFormatApart) {
-    std::set<std::string> names;
-    const uint32_t formats[] = {1,     0xC2000000, 0x23,  0x109,      0x32315659, 0x7FA30C04,
-                                0x102, 0x7FA30C06, 0x22,  0x7FA30C09, 0x7FA30C0A, 0x7F000789,
-                                0x114, 0x125,      0x126, 0x128,      0x129,      0x130};
-    for (uint32_t format : formats)
-        EXPECT_TRUE(names.insert(PixFormat::Str(format)).second) << format;
-    EXPECT_EQ(names.count("UNKNOWN"), 0u);
-    EXPECT_STREQ(PixFormat::Str(0), "UNKNOWN");
-}
-
 TEST(PixFormatTest, CompressedFormatsHaveALinearCounterpart) {
     const std::pair<uint32_t, uint32_t> rows[] = {
         {PixFormat::RGBA8888_CMPX, PixFormat::RGBA8888},
@@ -77,6 +66,7 @@ TEST(PixFormatTest, CompressedFormatsHaveALinearCounterpart) {
         {PixFormat::MIREL_NV12, 0},
         {0, 0},
     };
+    EXPECT_STREQ(PixFormat::Str(0), "UNKNOWN");
     for (const auto& [format, counterpart] : rows) {
         EXPECT_EQ(PixFormat::GetUncompressedFor(format), counterpart) << PixFormat::Str(format);
         EXPECT_EQ(PixFormat::IsCompressed(format), counterpart != 0) << PixFormat::Str(format);
@@ -89,41 +79,25 @@ TEST(BufFlagTest, JoinsNamesAndKeepsUnknownBits) {
               "EOS|CODEC_CONFIG|0x10000000000");
 }
 
-TEST(LogGateTest, FollowsTheLevelWord) {
-    struct Row {
-        uint32_t level;
-        LogDetail detail;
-        LogGroup group;
-        bool passes;
-    };
-    const Row rows[] = {
-        {0x00000000, LogDetail::Debug, LogGroup::Buffer, false},
-        {0x00000001, LogDetail::Debug, LogGroup::Buffer, true},
-        {0x00000001, LogDetail::Trace, LogGroup::Buffer, false},
-        {0x02000003, LogDetail::Trace, LogGroup::Buffer, true},
-        {0x02000003, LogDetail::Trace, LogGroup::Gralloc, false},
-        {0x01000001, LogDetail::Debug, LogGroup::Gralloc, true},
-        {0x01000001, LogDetail::Debug, LogGroup::Buffer, false},
-        {0x02000000, LogDetail::Debug, LogGroup::Buffer, false},
-        {0x80000003, LogDetail::Debug, LogGroup::Buffer, false},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(LogPasses(row.level, row.detail, row.group), row.passes) << std::hex << row.level;
-}
+using LogTest = Fixture;
 
-class LogTest : public Fixture {};
-
-TEST_F(LogTest, ArgumentsOfASilentMessageAreNotEvaluated) {
+TEST_F(LogTest, TheLevelWordChoosesDetailAndGroupAndErrorsAlwaysPrint) {
     constexpr LogModule kLog{"LogTest", LogGroup::Gralloc};
-    int evaluated = 0;
-    gC2LogLevel = 0x02000003;
-    LX2_LOGD("%d", ++evaluated);
-    EXPECT_EQ(evaluated, 0);
-    EXPECT_THAT(log.take(), IsEmpty());
-    gC2LogLevel = 0x01000002;
-    LX2_LOGT("%d", ++evaluated);
-    LX2_LOGW("%s", "always");
-    EXPECT_THAT(log.take(), ElementsAre(Debug("LogTest", "1"), Warning("LogTest", "always")));
+    const std::pair<uint32_t, std::string> rows[] = {
+        {0x00000000, "E"}, {0x00000001, "ED"}, {0x00000002, "ET"}, {0x01000003, "EDT"},
+        {0x02000003, "E"}, {0x01000000, "E"},  {0x83000001, "ED"}, {0x80000003, "E"},
+    };
+    for (const auto& [level, printed] : rows) {
+        std::string evaluated;
+        const auto texts = textsAt(level, [&] {
+            LX2_LOGE("%s", (evaluated += 'E').c_str());
+            LX2_LOGD("%s", (evaluated += 'D').c_str());
+            LX2_LOGT("%s", (evaluated += 'T').c_str());
+        });
+        EXPECT_EQ(evaluated, printed) << std::hex << level;
+        EXPECT_EQ(texts.size(), printed.size());
+    }
+    EXPECT_TRUE(LogPasses(0x02000001, LogDetail::Debug, LogGroup::Buffer));
 }
 
 // Figures worked out by hand from the tile sizes and paddings of each layout.
@@ -149,6 +123,35 @@ TEST(FrameSizeTest, CompressedFramesHaveTheVideoCoresSizes) {
         EXPECT_EQ(
             Platform::MirelBufferLayout::CompressedFrameSize(row.format, row.width, row.height),
             row.size);
+}
+
+TEST(FramePlanesTest, LieAsTheFormatAndTheHandleSay) {
+    const struct {
+        uint32_t format;
+        std::vector<std::array<uint64_t, 4>> planes;  // offset, pitch, bytes of a row, rows
+        uint64_t size;
+    } kRows[] = {
+        {PixFormat::RGBA8888, {{4096, 256, 148, 23}}, 9876},
+        {PixFormat::I420, {{4096, 48, 37, 23}, {5200, 32, 18, 11}, {5568, 32, 18, 11}}, 5906},
+        {PixFormat::YV12, {{4096, 48, 37, 23}, {5200, 32, 18, 11}, {5568, 32, 18, 11}}, 5906},
+        {PixFormat::NV12, {{4096, 48, 37, 23}, {5200, 48, 36, 11}}, 5716},
+        {PixFormat::MIREL_NV12, {{4096, 512, 37, 23}, {266240, 512, 36, 11}}, 271396},
+        {PixFormat::MIREL_P010, {{4096, 256, 74, 23}, {12288, 256, 72, 11}}, 14920},
+        {PixFormat::MIREL_NV12_CMPX, {}, 0},
+    };
+    for (const auto& row : kRows) {
+        const auto block = GraphicBlock(37, 23, row.format);
+        const_cast<C2Handle*>(block->handle())->data[16] = 4096;  // the offset of the record
+        const LX2Buffer buffer(block);
+        const FramePlanes planes = buffer.graphic()->planes();
+        std::vector<std::array<uint64_t, 4>> found;
+        for (const FramePlane& plane : planes)
+            found.push_back({plane.offset, plane.pitch, plane.rowBytes, plane.rows});
+        EXPECT_EQ(found, row.planes) << PixFormat::Str(row.format);
+        EXPECT_EQ(planes.size(), row.size);
+    }
+    EXPECT_EQ(GraphicBuffer(37, 23, PixFormat::MIREL_P010)->graphic()->allocSize(), 12288u);
+    EXPECT_EQ(LX2Buffer(std::shared_ptr<C2GraphicBlock>()).graphic()->planes().count, 0u);
 }
 
 }  // namespace

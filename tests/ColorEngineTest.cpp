@@ -106,9 +106,10 @@ TEST_F(ColorEngineTest, TakesTheSourcesOwnStrideForRgba) {
 TEST_F(ColorEngineTest, RefusesFormatsThatItDoesNotKnow) {
     Engine engine;
     EXPECT_EQ(engine.getGBXColorFormat(PixFormat::MIREL_P010), 0xFFFFFFFFu);
-    EXPECT_EQ(engine.calcStride(0, 64, true), 0u);
+    EXPECT_EQ(engine.calcStride(PixFormat::MIREL_P010, 64, true), 0u);
     EXPECT_EQ(engine.calcYSize(PixFormat::RGBA8888, 64, 64), 0u);
-    EXPECT_EQ(engine.calcSize(kUnknownFormat, 64, 64, false), 0u);
+    EXPECT_EQ(engine.calcYSize(PixFormat::MIREL_P010, 64, 64), 0u);
+    EXPECT_EQ(engine.calcSize(PixFormat::MIREL_P010, 64, 64, false), 0u);
     EXPECT_EQ(engine.getDummySurfaceDef(kUnknownFormat, 64, 64, false), -1);
     EXPECT_EQ(engine.updateRGBSurfaceDef(1, nullptr, 0, true), -1) << "there is none yet";
     EXPECT_EQ(engine.updateYUVSurfaceDef(1, nullptr, 0, false), -1);
@@ -116,9 +117,10 @@ TEST_F(ColorEngineTest, RefusesFormatsThatItDoesNotKnow) {
         log.take(),
         ElementsAre(
             Error(kTag, "getGBXColorFormat: unsupported color format, MIREL_P010(2141391882)"),
-            Error(kTag, "calcStride: unsupported color format, UNKNOWN(0)"),
+            Error(kTag, "calcStride: unsupported color format, MIREL_P010(2141391882)"),
             Info(kTag, "calcYSize: unsupported or RGB color format, RGBA8888(1)"),
-            Error(kTag, "calcSize: unsupported color format, ALIGN512_114(276)"),
+            Info(kTag, "calcYSize: unsupported or RGB color format, MIREL_P010(2141391882)"),
+            Error(kTag, "calcSize: unsupported color format, MIREL_P010(2141391882)"),
             Error(kTag, "getDummySurfaceDef: unsupported color format ALIGN512_114(276)")));
     EXPECT_EQ(takeCalls(), "");
 }

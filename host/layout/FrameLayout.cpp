@@ -1,4 +1,4 @@
-#include <lx2/FrameGeometry.h>
+#include <lx2/FramePlanes.h>
 #include <lx2host/FrameLayout.h>
 
 #include <algorithm>
@@ -22,18 +22,16 @@ bool IsLaidOut(uint32_t format, uint32_t width, uint32_t height) {
            width <= kLargestSide && height <= kLargestSide;
 }
 
-bool IsPlanar(uint32_t format) {
-    return format == PixFormat::YV12 || format == PixFormat::I420;
-}
-
 // Where the allocator puts the planes.
 PlanePlacements Placements(uint32_t format, uint32_t width, uint32_t height) {
     const uint32_t stride = geometry::Stride(format, width);
-    const auto chroma = geometry::LumaSize<uint64_t>(format, width, height);
-    if (!IsPlanar(format))
-        return {{{0, stride}, {chroma, stride}, {}}};
-    const uint32_t half = geometry::Stride(format, width / 2);
-    return {{{0, stride}, {chroma, half}, {chroma + uint64_t{half} * height / 2, half}}};
+    const FramePlanes linear = geometry::PlanesOf(format, width, height, stride / 4);
+    if (linear.count == 0)
+        return {{{0, stride}, {geometry::LumaSize<uint64_t>(format, width, height), stride}, {}}};
+    PlanePlacements placements;
+    for (uint32_t i = 0; i < linear.count; ++i)
+        placements[i] = {linear[i].offset, static_cast<uint32_t>(linear[i].pitch)};
+    return placements;
 }
 
 PlaneLayout Linear(uint32_t width, uint32_t height, uint32_t channels,
@@ -187,10 +185,8 @@ FrameAllocation YuvAllocation(uint32_t format, uint32_t width, uint32_t height) 
 
 FrameAllocation AllocationOf(uint32_t format, uint32_t width, uint32_t height) {
     if (format == PixFormat::MIREL_P010) {
-        const uint64_t stride = Align<uint64_t>(width, 128);
-        const uint64_t rows = Align<uint64_t>(height, 32);
-        return {static_cast<uint32_t>(stride), static_cast<uint32_t>(rows),
-                stride * 2 * (rows + rows / 2)};
+        return {geometry::Stride(format, width) / 2, Align<uint32_t>(height, 32),
+                geometry::FrameSize<uint64_t>(format, width, height)};
     }
     if (!IsLaidOut(format, width, height))
         return {};

@@ -14,6 +14,7 @@
 #include <C2Param.h>
 #include <lx2/Bundle.h>
 #include <lx2/Export.h>
+#include <lx2/FramePlanes.h>
 #include <lx2/LX2Status.h>
 
 #include <cstdint>
@@ -241,6 +242,11 @@ class LX2_API LX2Buffer::Graphic {
     uint32_t offset() const;       // of the pixels in the allocation, bytes
     uint32_t flags() const;        // usage flags of the allocation
     uint64_t id() const;           // of the allocation
+
+    // Where the rows of a frame of a linear format lie in a mapping, offsets from its data(). None
+    // of a format that is not linear, and without a platform buffer. What the format and the handle
+    // say, not held against the allocation: size() of the result may exceed the mapping's.
+    FramePlanes planes() const;
 
     // The platform's view of the handle, owned by this view; null for an invalid view.
     LX2PlatformBuffer* platformBuffer() const { return mPlatformBuffer.get(); }

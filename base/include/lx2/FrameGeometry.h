@@ -1,5 +1,5 @@
-// Strides, plane sizes and frame sizes of the pixel formats that the video core and the blit
-// library share. Written once, for the converter, the dump, the base layer and the stand-ins alike.
+// Strides, plane sizes and frame sizes of the pixel formats of the video core and the blit library.
+// Written once, for the converter, the dump, the base layer and the stand-ins alike.
 //
 // All arithmetic is in the unsigned type T and wraps there: the converter computes in 32 bits, as
 // the blit library does, callers with larger figures in 64.
@@ -26,6 +26,7 @@ constexpr bool IsRgb(uint32_t format) {
     return format == PixFormat::RGBA8888 || format == PixFormat::RGBA8888_CMPX;
 }
 
+// Of those that the blit library knows, which MIREL_P010 is not among.
 constexpr bool IsYuv(uint32_t format) {
     switch (format) {
         case PixFormat::I420:
@@ -37,6 +38,40 @@ constexpr bool IsYuv(uint32_t format) {
             return true;
         default:
             return false;
+    }
+}
+
+// How a linear YUV format lies in memory: rows padded to a multiple of samples, the luma plane to
+// one of rows, and behind it the chroma of every second column and row.
+struct LinearYuv {
+    uint32_t sampleBytes = 0;  // 0 for any other format
+    uint32_t widthUnit = 1;
+    uint32_t heightUnit = 1;
+    bool planar = false;  // two planes of chroma; else pairs in one
+
+    template <typename T>
+    constexpr T stride(T width) const {
+        return Align<T>(width, widthUnit) * sampleBytes;
+    }
+    template <typename T>
+    constexpr T lumaSize(T width, T height) const {
+        return Align<T>(height, heightUnit) * stride<T>(width);
+    }
+};
+
+constexpr LinearYuv LinearYuvOf(uint32_t format) {
+    switch (format) {
+        case PixFormat::I420:
+        case PixFormat::YV12:
+            return {1, 16, 1, true};
+        case PixFormat::NV12:
+            return {1, 16, 1, false};
+        case PixFormat::MIREL_NV12:
+            return {1, 512, 512, false};
+        case PixFormat::MIREL_P010:
+            return {2, 128, 32, false};
+        default:
+            return {};
     }
 }
 
@@ -116,25 +151,19 @@ struct CmpxTp10 {  // 10 bit: luma tiles of 48 x 4 samples, chroma tiles of 24 p
     }
 };
 
-// Row stride in bytes of the first plane, of the metadata aside; 0 for an unknown format.
+// Row stride in bytes of the first plane, that of its metadata aside; 0 for an unknown format.
 template <typename T>
 constexpr T Stride(uint32_t format, T width) {
     switch (format) {
         case PixFormat::RGBA8888:
         case PixFormat::RGBA8888_CMPX:
             return Align<T>(width * 4, 128);
-        case PixFormat::I420:
-        case PixFormat::NV12:
-        case PixFormat::YV12:
-            return Align<T>(width, 16);
-        case PixFormat::MIREL_NV12:
-            return Align<T>(width, 512);
         case PixFormat::MIREL_NV12_CMPX:
             return CmpxNv12<T>::LumaStride(width);
         case PixFormat::MIREL_TP10:
             return CmpxTp10<T>::Stride(width);
         default:
-            return 0;
+            return LinearYuvOf(format).stride<T>(width);
     }
 }
 
@@ -142,18 +171,12 @@ constexpr T Stride(uint32_t format, T width) {
 template <typename T>
 constexpr T LumaSize(uint32_t format, T width, T height) {
     switch (format) {
-        case PixFormat::I420:
-        case PixFormat::NV12:
-        case PixFormat::YV12:
-            return Align<T>(width, 16) * height;
-        case PixFormat::MIREL_NV12:
-            return Align<T>(height, 512) * Align<T>(width, 512);
         case PixFormat::MIREL_NV12_CMPX:
             return CmpxNv12<T>::LumaSize(width, height);
         case PixFormat::MIREL_TP10:
             return CmpxTp10<T>::LumaSize(width, height);
         default:
-            return 0;
+            return LinearYuvOf(format).lumaSize<T>(width, height);
     }
 }
 
@@ -171,6 +194,8 @@ constexpr T FrameSize(uint32_t format, T width, T height) {
                             4096);
         case PixFormat::MIREL_NV12:
             return (Align<T>(height / 2, 256) + Align<T>(height, 512)) * Align<T>(width, 512);
+        case PixFormat::MIREL_P010:
+            return LumaSize<T>(format, width, height) / 2 * 3;
         case PixFormat::MIREL_NV12_CMPX:
             return CmpxNv12<T>::FrameSize(width, height);
         case PixFormat::MIREL_TP10:
