@@ -10,9 +10,7 @@ struct FormatRow {
     uint32_t uncompressed;  // 0: the format is not compressed
 };
 
-// The codes without a constant of their own are known to this family by their alignment only, and
-// are named after it, or are the allocator's codes that a buffer's usage resolves to a format
-// above.
+// The codes without a constant are the allocator's, which a buffer's usage resolves to a format.
 constexpr FormatRow kFormats[] = {
     {PixFormat::RGBA8888, "RGBA8888", 0},
     {PixFormat::RGBA8888_CMPX, "RGBA8888_CMPX", PixFormat::RGBA8888},
@@ -26,12 +24,12 @@ constexpr FormatRow kFormats[] = {
     {0x22, "IMPLEMENTATION_DEFINED", 0},
     {0x102, "ALLOC_NV12_102", 0},
     {0x7F000789, "ALLOC_NV12_789", 0},
-    {0x114, "ALIGN512_114", 0},
-    {0x125, "ALIGN512_125", 0},
-    {0x126, "ALIGN128_126", 0},
-    {0x128, "ALIGN128_128", 0},
-    {0x129, "ALIGN128_129", 0},
-    {0x130, "ALIGN128_130", 0},
+    {PixFormat::ALIGN512_114, "ALIGN512_114", 0},
+    {PixFormat::ALIGN512_125, "ALIGN512_125", 0},
+    {PixFormat::ALIGN128_126, "ALIGN128_126", 0},
+    {PixFormat::ALIGN128_128, "ALIGN128_128", 0},
+    {PixFormat::ALIGN128_129, "ALIGN128_129", 0},
+    {PixFormat::ALIGN128_130, "ALIGN128_130", 0},
 };
 
 const FormatRow* Find(uint32_t format) {

@@ -15,8 +15,8 @@ std::vector<std::shared_ptr<C2Info>> DeepCopies(const std::vector<std::shared_pt
     std::vector<std::shared_ptr<C2Info>> copies;
     copies.reserve(sources.size());
     for (const auto& source : sources) {
-        auto copy = source != nullptr ? C2Param::Copy(*source) : nullptr;
-        copies.emplace_back(static_cast<C2Info*>(copy.release()));
+        const std::shared_ptr<C2Param> copy = source != nullptr ? C2Param::Copy(*source) : nullptr;
+        copies.push_back(std::static_pointer_cast<C2Info>(copy));
     }
     return copies;
 }

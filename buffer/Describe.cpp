@@ -66,7 +66,6 @@ char* LX2Buffer::AsString(std::shared_ptr<C2Buffer> buffer, char* out, uint32_t 
         snprintf(out, outSize, "EMPTY");
         return out;
     }
-    snprintf(out, outSize, "%s", "");
     const C2BufferData data = buffer->data();
     if (data.type() == C2BufferData::LINEAR && data.linearBlocks().size() == 1)
         DescribeLinear(data.linearBlocks().front(), out, outSize);

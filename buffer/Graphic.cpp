@@ -28,6 +28,16 @@ C2Rect Clamped(const C2Rect& crop, uint32_t width, uint32_t height) {
     return clamped;
 }
 
+bool IsSet(const C2Rect& crop) {
+    return crop.width != 0 || crop.height != 0 || crop.left != 0 || crop.top != 0;
+}
+
+// Getters say the same as the setter.
+LX2Status NoPlatformBuffer() {
+    LX2_LOGW("private handle NULL, cannot set metadata");
+    return C2_CANNOT_DO;
+}
+
 }  // namespace
 
 LX2Buffer::Graphic::Graphic(LX2Buffer* parent, std::shared_ptr<C2GraphicBlock> block)
@@ -124,32 +134,14 @@ LX2Status LX2Buffer::Graphic::setCrop(const C2Rect& crop) {
     return C2_CANNOT_DO;
 }
 
-// Callers tell a crop of no width from one of no height by the difference between these two.
+// A crop that has but one of its numbers counts: its sides of 0 are the effective ones.
 uint32_t LX2Buffer::Graphic::effectiveWidth() const {
-    if (mCrop.width != 0)
-        return mCrop.width;
-    if (mCrop.height != 0 || mCrop.left != 0 || mCrop.top != 0)
-        return 0;
-    return width();
+    return IsSet(mCrop) ? mCrop.width : width();
 }
 
 uint32_t LX2Buffer::Graphic::effectiveHeight() const {
-    if (mCrop.width != 0 || mCrop.height != 0)
-        return mCrop.height;
-    if (mCrop.left != 0 || mCrop.top != 0)
-        return 0;
-    return height();
+    return IsSet(mCrop) ? mCrop.height : height();
 }
-
-namespace {
-
-// Getters say the same as the setter.
-LX2Status NoPlatformBuffer() {
-    LX2_LOGW("private handle NULL, cannot set metadata");
-    return C2_CANNOT_DO;
-}
-
-}  // namespace
 
 LX2Status LX2Buffer::Graphic::getPrivateMetadata(const std::vector<C2Param::Type>& types,
                                                  std::vector<std::unique_ptr<C2Param>>* params) {

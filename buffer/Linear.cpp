@@ -37,7 +37,6 @@ void LX2Buffer::Linear::init(const C2ConstLinearBlock& block) {
         mValid = false;
         return;
     }
-    mHandle = handle;
     mFd = handle->data[0];
 }
 

@@ -15,6 +15,13 @@ uint64_t AccessFlags(bool writable) {
     return writable ? DMA_BUF_SYNC_RW : DMA_BUF_SYNC_READ;
 }
 
+LX2Buffer::Bytes Part(const std::unique_ptr<LX2Buffer::Mapping>& mapping, uint64_t offset,
+                      uint64_t end) {
+    if (!LX2Buffer::Mapping::IsUsable(mapping) || offset > end || end > mapping->size())
+        return {};
+    return {mapping->data() + offset, static_cast<uint32_t>(end - offset)};
+}
+
 }  // namespace
 
 LX2Buffer::Mapping::Mapping(std::shared_ptr<LX2Buffer> buffer, int fd, uint32_t offset,
@@ -53,6 +60,14 @@ void LX2Buffer::Mapping::unmap(uint8_t* addr, uint32_t size) {
 
 LX2Buffer::Mapping::~Mapping() {
     unmap(mAddr, mSize);
+}
+
+LX2Buffer::Bytes LX2Buffer::Linear::bytes(const std::unique_ptr<Mapping>& mapping) const {
+    return Part(mapping, mOffset, uint64_t{mOffset} + mSize);
+}
+
+LX2Buffer::Bytes LX2Buffer::Graphic::bytes(const std::unique_ptr<Mapping>& mapping) const {
+    return Part(mapping, offset(), mapping != nullptr ? mapping->size() : 0);
 }
 
 }  // namespace lx2

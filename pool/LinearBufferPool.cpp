@@ -6,14 +6,8 @@
 
 namespace lx2 {
 
-namespace {
-
-constexpr uint32_t kDefaultBufferSize = 4096;
-
-}  // namespace
-
 LX2LinearBufferPool::LX2LinearBufferPool(std::shared_ptr<C2BlockPool> pool, uint64_t usage)
-    : mPool(std::move(pool)), mUsage(usage), mBufferSize(kDefaultBufferSize), mAlignment(1) {}
+    : mPool(std::move(pool)), mUsage(usage) {}
 
 LX2Status LX2LinearBufferPool::setBufferSize(uint32_t size) {
     // Mask arithmetic, exact for powers of two; the sum may wrap.

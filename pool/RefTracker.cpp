@@ -7,55 +7,53 @@
 
 namespace lx2 {
 
-namespace {
-
-uint64_t PlatformId(const std::shared_ptr<LX2Buffer>& buffer) {
-    return buffer->graphic()->id();
-}
-
-}  // namespace
-
 using RefTracker = LX2GraphicBufferPoolImpl::RefTracker;
+
+RefTracker::~RefTracker() {
+    takeAll();
+}
 
 LX2Status RefTracker::holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buffer) {
     std::lock_guard<std::mutex> guard(mLock);
     if (buffer == nullptr || buffer->type() != C2BufferData::GRAPHIC)
         return LX2_BAD_ARG;
-    LX2_LOGT("REF: Added Ref for graphic buf with id:%lu", PlatformId(buffer));
-    // A buffer that is refused stays in the argument, which goes after the lock.
-    return mHeld.try_emplace(id, std::move(buffer)).second ? C2_OK : C2_CANNOT_DO;
+    const uint64_t platformId = buffer->graphic()->id();
+    LX2_LOGT("REF: Added Ref for graphic buf with id:%lu", platformId);
+    if (mHeld.count(id) != 0)
+        return C2_CANNOT_DO;  // the buffer stays in the argument, which goes after the lock
+    mHeld.emplace(id, Tracked{std::move(buffer), platformId});
+    return C2_OK;
 }
 
 LX2Status RefTracker::dropReference(uint64_t id) {
-    std::shared_ptr<LX2Buffer> dropped;  // released after the lock: its deleter may call back
+    Tracked dropped{};  // released after the lock: its deleter may call back
     std::lock_guard<std::mutex> guard(mLock);
     const auto held = mHeld.find(id);
     if (held == mHeld.end())
         return C2_CANNOT_DO;
     dropped = std::move(held->second);
     mHeld.erase(held);
-    if (dropped == nullptr)
+    if (dropped.buffer == nullptr)
         return LX2_ERROR;
-    const uint64_t platformId = PlatformId(dropped);
-    const auto stashed = std::find_if(
+    const auto parked = std::find_if(
         mStashed.begin(), mStashed.end(),
-        [platformId](const auto& candidate) { return PlatformId(candidate) == platformId; });
-    if (stashed != mStashed.end()) {
-        LX2_LOGT("REF: Released Ref for graphic buf with id : %lu", platformId);
-        mAvailable.splice(mAvailable.end(), mStashed, stashed);
+        [&](const Tracked& candidate) { return candidate.platformId == dropped.platformId; });
+    if (parked != mStashed.end()) {
+        LX2_LOGT("REF: Released Ref for graphic buf with id : %lu", dropped.platformId);
+        mAvailable.splice(mAvailable.end(), mStashed, parked);
     }
     return C2_OK;
 }
 
 bool RefTracker::stashIfReferenced(const std::shared_ptr<LX2Buffer>& buffer) {
+    const uint64_t platformId = buffer->graphic()->id();
     std::lock_guard<std::mutex> guard(mLock);
-    const uint64_t platformId = PlatformId(buffer);
-    const bool held = std::any_of(mHeld.begin(), mHeld.end(), [platformId](const auto& entry) {
-        return PlatformId(entry.second) == platformId;
+    const bool isHeld = std::any_of(mHeld.begin(), mHeld.end(), [platformId](const auto& entry) {
+        return entry.second.platformId == platformId;
     });
-    if (held)
-        mStashed.push_back(buffer);
-    return held;
+    if (isHeld)
+        mStashed.push_back({buffer, platformId});
+    return isHeld;
 }
 
 LX2Status RefTracker::getPreFetchedAndAvailable(std::shared_ptr<LX2Buffer>* out) {
@@ -65,7 +63,7 @@ LX2Status RefTracker::getPreFetchedAndAvailable(std::shared_ptr<LX2Buffer>* out)
     std::lock_guard<std::mutex> guard(mLock);
     if (mAvailable.empty())
         return C2_NOT_FOUND;
-    *out = std::move(mAvailable.front());
+    *out = std::move(mAvailable.front().buffer);
     mAvailable.pop_front();
     return C2_OK;
 }
@@ -84,6 +82,16 @@ LX2Status RefTracker::reset() {
     all.held.clear();
     all.stashed.clear();
     return C2_OK;
+}
+
+uint64_t RefTracker::heldCount() const {
+    std::lock_guard<std::mutex> guard(mLock);
+    return mHeld.size();
+}
+
+uint64_t RefTracker::pendingCount() const {
+    std::lock_guard<std::mutex> guard(mLock);
+    return mAvailable.size() + mStashed.size();
 }
 
 }  // namespace lx2

@@ -20,7 +20,9 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lx2 {
@@ -32,6 +34,7 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     class Linear;
     class Graphic;
     class Mapping;
+    struct Bytes;
 
     // For a block fetched from a C2 pool with the C2MemoryUsage bits usage.
     LX2Buffer(std::shared_ptr<C2LinearBlock> block, uint64_t usage);
@@ -57,6 +60,13 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     Linear* linear() const { return mLinear.get(); }
     Graphic* graphic() const { return mGraphic.get(); }
 
+    // The keys of the values that have calls of their own. All are of type uint64_t.
+    static constexpr const char* kTimestamp = "timestamp";
+    static constexpr const char* kInputIndex = "input-index";
+    static constexpr const char* kOutputIndex = "output-index";
+    static constexpr const char* kCustomOrdinal = "custom-ordinal";
+    static constexpr const char* kFlags = "flags";
+
     // Per-buffer values; 0 while unset.
     uint64_t timestamp() const { return value(kTimestamp); }
     uint64_t inputIndex() const { return value(kInputIndex); }
@@ -71,6 +81,21 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
 
     // Whether a value of any type is set under key.
     bool hasBufferInfo(const std::string& key) const { return mInfo.find(key) != mInfo.end(); }
+
+    // The value under a key, of those above or of any other; nothing when none is set or one of
+    // another type. T: int32_t, uint32_t, int64_t, uint64_t, double or std::string.
+    template <typename T>
+    std::optional<T> bufferInfo(const std::string& key) const {
+        const auto found = mInfo.find(key);
+        const T* value = found == mInfo.end() ? nullptr : found->second.get<T>();
+        return value != nullptr ? std::optional<T>(*value) : std::nullopt;
+    }
+
+    // Sets a value, in place of one of any type. C2_OK; LX2_ERROR, logged, if it can't be kept.
+    template <typename T>
+    LX2Status setBufferInfo(const std::string& key, T value) {
+        return mInfo.put(key, std::move(value));
+    }
 
     // Deep copies of the infos: of the wrapped C2Buffer's if there is one (infos added here are
     // then not part of the result), else of those added with addInfo. An info of size 0 gives a
@@ -101,18 +126,12 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     std::shared_ptr<C2Buffer> getSharedBuffer();
 
     // Describe a buffer in one line, at most outSize bytes with the terminating zero. Return out,
-    // which may be null. An LX2Buffer of a kind that is neither linear nor graphic leaves out as it
-    // was: pass a cleared array.
+    // which may be null. Nothing is written, no zero either, with a size of 0, and for an LX2Buffer
+    // of a kind that is neither linear nor graphic: pass a cleared array.
     static char* AsString(std::shared_ptr<LX2Buffer> buffer, char* out, uint32_t outSize);
     static char* AsString(std::shared_ptr<C2Buffer> buffer, char* out, uint32_t outSize);
 
   private:
-    static constexpr const char* kTimestamp = "timestamp";
-    static constexpr const char* kInputIndex = "input-index";
-    static constexpr const char* kOutputIndex = "output-index";
-    static constexpr const char* kCustomOrdinal = "custom-ordinal";
-    static constexpr const char* kFlags = "flags";
-
     uint64_t value(const char* key) const { return mInfo.get<uint64_t>(key, 0); }
 
     uint32_t mType;
@@ -137,6 +156,11 @@ class LX2_API LX2Buffer::Mapping {
     Mapping(const Mapping&) = delete;
     Mapping& operator=(const Mapping&) = delete;
 
+    // Whether a view gave a mapping and it can be used.
+    static bool IsUsable(const std::unique_ptr<Mapping>& mapping) {
+        return mapping != nullptr && mapping->data() != nullptr;
+    }
+
     uint8_t* data() const { return mAddr; }  // start of the buffer; a view's offset is not added
     uint32_t size() const { return mSize; }  // in bytes
     bool isWritable() const { return mWritable; }
@@ -160,6 +184,15 @@ class LX2_API LX2Buffer::Mapping {
     uint32_t mSize;
     bool mWritable;
     int32_t mFd;
+};
+
+// Part of a mapping, or nothing: `if (const auto bytes = view.bytes(mapping))`. Lives no longer
+// than the mapping.
+struct LX2Buffer::Bytes {
+    uint8_t* data = nullptr;
+    uint32_t size = 0;
+
+    explicit operator bool() const { return data != nullptr; }
 };
 
 // A buffer as a run of bytes.
@@ -197,6 +230,10 @@ class LX2_API LX2Buffer::Linear {
     std::unique_ptr<Mapping> mapReadOnly() const { return mapInternal(false); }
     std::unique_ptr<Mapping> mapInternal(bool writable) const;
 
+    // The valid range in a mapping of this view. Nothing if the mapping is null, has failed, or is
+    // shorter than the range reaches.
+    Bytes bytes(const std::unique_ptr<Mapping>& mapping) const;
+
     // A new C2Buffer of the block with the present range; null for a view without a writable block.
     std::shared_ptr<C2Buffer> share();
 
@@ -209,7 +246,6 @@ class LX2_API LX2Buffer::Linear {
     uint64_t mUsage = 0;
     LX2Buffer* mParent;
     std::shared_ptr<C2LinearBlock> mBlock;
-    const native_handle_t* mHandle = nullptr;
 };
 
 // A buffer as a picture. Geometry comes from the graphics-buffer handle, through the platform
@@ -260,10 +296,12 @@ class LX2_API LX2Buffer::Graphic {
     // Sets the crop of a block that this component owns.
     // C2_OK; C2_CANNOT_DO without a writable block (nothing changes), and for a crop that does not
     // fit the block, which is clamped to it and set all the same. The sums of clamping are of 32
-    // bits: a crop whose sums wrap around stays as large as it says.
+    // bits: a crop whose sums wrap around may come out larger than the block.
     LX2Status setCrop(const C2Rect& crop);
 
-    // The displayed size in pixels: the crop's, or the allocation's while no crop is set.
+    // The displayed size in pixels: the crop's, or the allocation's while no crop is set. A crop of
+    // which any number is not 0 is set: one of 0 x 10 is displayed as 0 pixels by 10 rows, one that
+    // has but a left edge as nothing.
     uint32_t effectiveWidth() const;
     uint32_t effectiveHeight() const;
 
@@ -276,7 +314,9 @@ class LX2_API LX2Buffer::Graphic {
     static uint32_t GetAlignedWidth(uint32_t width, uint32_t format);
     static uint32_t GetAlignedHeight(uint32_t height, uint32_t format);
 
-    // Metadata that the display stack keeps with the buffer: see LX2PlatformBuffer.
+    // Metadata that the display stack keeps with the buffer: see LX2PlatformBuffer. The second call
+    // puts what describes this buffer into params, and what changes the stream's configuration into
+    // extra.
     // Additionally C2_CANNOT_DO, with a warning, without a platform buffer.
     LX2Status getPrivateMetadata(const std::vector<C2Param::Type>& types,
                                  std::vector<std::unique_ptr<C2Param>>* params);
@@ -285,10 +325,15 @@ class LX2_API LX2Buffer::Graphic {
     LX2Status setPrivateMetadata(const std::vector<std::shared_ptr<C2Info>>& infos);
 
     // Map the whole allocation, from its start. Null for an invalid view; else a mapping whose
-    // data() is null if mapping failed. The buffer must be owned by a shared_ptr.
+    // data() is null if mapping failed. The buffer must be owned by a shared_ptr. Unlike a linear
+    // view, this one does not know of secure buffers: the caller does not map them.
     std::unique_ptr<Mapping> map() { return mapInternal(true); }
     std::unique_ptr<Mapping> mapReadOnly() const { return mapInternal(false); }
     std::unique_ptr<Mapping> mapInternal(bool writable) const;
+
+    // The pixels in a mapping of this view, from offset() to its end. Nothing if the mapping is
+    // null, has failed, or ends before.
+    Bytes bytes(const std::unique_ptr<Mapping>& mapping) const;
 
     // A new C2Buffer of the block with the present crop; null, with a warning, without a writable
     // block.

@@ -21,7 +21,9 @@ class LX2_API LX2LinearBufferPool {
     // hands out 4096 bytes.
     LX2LinearBufferPool(std::shared_ptr<C2BlockPool> pool, uint64_t usage);
 
-    // Bytes of each buffer, rounded up by the alignment set so far. C2_OK always.
+    // Bytes of each buffer, rounded up by the alignment set so far, in 32 bits: a size within an
+    // alignment of 2^32 wraps to 0, and the next allocate says that no size was given. C2_OK
+    // always.
     LX2Status setBufferSize(uint32_t size);
 
     // Alignment of sizes set from now on, in bytes; a power of two.
@@ -40,8 +42,8 @@ class LX2_API LX2LinearBufferPool {
   private:
     std::shared_ptr<C2BlockPool> mPool;
     uint64_t mUsage;
-    uint32_t mBufferSize;
-    uint32_t mAlignment;
+    uint32_t mBufferSize = 4096;
+    uint32_t mAlignment = 1;
 };
 
 // Is told of buffers that are gone. Implemented by components.
@@ -62,15 +64,23 @@ class LX2_API LX2BufferDeleteCallback {
 //
 // Set the format before the usage. References may be held and dropped on any thread while another
 // allocates; setters and registerCallback must not run while another thread allocates.
+//
+// The first graphic buffer of a process makes the connection to the mapper service. Let one thread
+// have one, or call LX2Mapper3Helper::Get(), before several start: of two that race for it the
+// later replaces the earlier's, which may still be in use.
 class LX2_API LX2GraphicBufferPool {
   public:
     // A pool over a C2 block pool, shared, which may be null. flag is kept and not consulted.
     static std::unique_ptr<LX2GraphicBufferPool> Create(std::shared_ptr<C2BlockPool> pool,
                                                         bool flag = false);
 
+    LX2GraphicBufferPool() = default;
     virtual ~LX2GraphicBufferPool();
+    LX2GraphicBufferPool(const LX2GraphicBufferPool&) = delete;
+    LX2GraphicBufferPool& operator=(const LX2GraphicBufferPool&) = delete;
 
-    // Tells callback of each buffer allocated from now on when it is gone. C2_OK.
+    // Tells callback of each buffer allocated from now on when it is gone. Each call is noted in
+    // the log, at error priority although nothing is wrong. C2_OK.
     virtual LX2Status registerCallback(std::weak_ptr<LX2BufferDeleteCallback> callback) = 0;
 
     // Pixels and rows. C2_OK.
@@ -87,6 +97,11 @@ class LX2_API LX2GraphicBufferPool {
     // one, into *out, whose former buffer is released first. C2_OK; C2_TIMED_OUT when none can be
     // had now (try again later); LX2_ERROR for a null out; C2_NO_INIT, logged, without a C2 pool,
     // resolution or format; else the C2 pool's status, logged. *out is empty after a failure.
+    //
+    // A parked buffer fits if width, height and format() of its view are those that were set. In
+    // two cases they never are, and parked buffers are given back instead: RGBA8888_CMPX, which the
+    // pool keeps as RGBA8888, and the allocator's own codes for NV12 (0x22, 0x102, 0x7F000789),
+    // which a view reports as MIREL_NV12 or MIREL_NV12_CMPX.
     virtual LX2Status allocate(std::shared_ptr<LX2Buffer>* out) = 0;
 
     // Keeps a graphic buffer under an id of the component's choice.
@@ -94,14 +109,16 @@ class LX2_API LX2GraphicBufferPool {
     // keeps its buffer.
     virtual LX2Status holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buffer) = 0;
 
-    // Lets the buffer of an id go. C2_OK; C2_CANNOT_DO for an unknown id.
+    // Lets the buffer of an id go, and with it one of the buffers that are parked because of its
+    // allocation: the next allocate may hand that one out, even while the same allocation is still
+    // held under another id. C2_OK; C2_CANNOT_DO for an unknown id.
     virtual LX2Status dropReference(uint64_t id) = 0;
 
     // Lets all held and parked buffers go. C2_OK.
     virtual LX2Status dropAllReferences() = 0;
 
     // Buffers held, and buffers parked or waiting to be handed out again; either pointer may be
-    // null. A snapshot, read without a lock.
+    // null. A snapshot.
     virtual void counts(uint64_t* held, uint64_t* pending) const = 0;
 };
 

@@ -16,7 +16,6 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
   public:
     // Shares ownership of pool, which may be null. flag is kept and not consulted.
     LX2GraphicBufferPoolImpl(std::shared_ptr<C2BlockPool> pool, bool flag);
-    ~LX2GraphicBufferPoolImpl() override;
 
     LX2Status registerCallback(std::weak_ptr<LX2BufferDeleteCallback> callback) override;
     LX2Status setResolution(uint32_t width, uint32_t height) override;
@@ -30,9 +29,15 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
 
     // Which graphic buffers the component still refers to. Two identities meet here: holds are kept
     // under ids that the component chose, while a fetched buffer is compared with the held ones by
-    // the id of its allocation. Every operation is atomic; the counts are read without the lock.
+    // the id of its allocation. Every operation is atomic.
     class LX2_API RefTracker {
       public:
+        RefTracker() = default;
+        // Lets everything go, the held buffers last.
+        ~RefTracker();
+        RefTracker(const RefTracker&) = delete;
+        RefTracker& operator=(const RefTracker&) = delete;
+
         LX2Status holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buffer);
         LX2Status dropReference(uint64_t id);
 
@@ -43,24 +48,30 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
         // C2_OK; C2_NOT_FOUND; LX2_BAD_ARG for a null out.
         LX2Status getPreFetchedAndAvailable(std::shared_ptr<LX2Buffer>* out);
 
+        // Lets everything go, the held buffers first. C2_OK.
         LX2Status reset();
 
-        // Everything that is tracked. It goes in the reverse order: the held buffers last.
-        struct Contents {
-            std::unordered_map<uint64_t, std::shared_ptr<LX2Buffer>> held;
-            std::list<std::shared_ptr<LX2Buffer>> stashed, available;
-        };
-        // Takes it out under the lock, to be released after it: the deleters may call back.
-        LX2_LOCAL Contents takeAll();
-
-        uint64_t heldCount() const { return mHeld.size(); }
-        uint64_t pendingCount() const { return mAvailable.size() + mStashed.size(); }
+        uint64_t heldCount() const;
+        uint64_t pendingCount() const;
 
       private:
-        std::mutex mLock;
-        std::unordered_map<uint64_t, std::shared_ptr<LX2Buffer>> mHeld;
-        std::list<std::shared_ptr<LX2Buffer>> mStashed;
-        std::list<std::shared_ptr<LX2Buffer>> mAvailable;
+        // The allocation's id stands beside the buffer: its view may be in use on another thread.
+        struct Tracked {
+            std::shared_ptr<LX2Buffer> buffer;
+            uint64_t platformId;
+        };
+        // What was tracked, from the last to go to the first, to be released without the lock: the
+        // deleters may call back.
+        struct Contents {
+            std::unordered_map<uint64_t, Tracked> held;
+            std::list<Tracked> stashed, available;
+        };
+        LX2_LOCAL Contents takeAll();
+
+        mutable std::mutex mLock;
+        std::unordered_map<uint64_t, Tracked> mHeld;
+        std::list<Tracked> mStashed;
+        std::list<Tracked> mAvailable;
     };
 
   private:

@@ -19,6 +19,14 @@ class LX2_API PixFormat {
     static constexpr uint32_t MIREL_TP10 = 0x7FA30C09;  // 10 bit, three samples a word, compressed
     static constexpr uint32_t MIREL_P010 = 0x7FA30C0A;  // 10 bit in 16-bit samples
 
+    // Known to this family by their alignment only, in pixels and rows, and named after it.
+    static constexpr uint32_t ALIGN512_114 = 0x114;
+    static constexpr uint32_t ALIGN512_125 = 0x125;
+    static constexpr uint32_t ALIGN128_126 = 0x126;
+    static constexpr uint32_t ALIGN128_128 = 0x128;
+    static constexpr uint32_t ALIGN128_129 = 0x129;
+    static constexpr uint32_t ALIGN128_130 = 0x130;
+
     // A printable name without blanks; never null, "UNKNOWN" for a code that nobody knows.
     static const char* Str(uint32_t format);
 
