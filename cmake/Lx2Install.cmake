@@ -15,8 +15,16 @@ if(LX2_HOST_PLATFORM)
   foreach(standin IN LISTS standins)
     install(DIRECTORY ${standin}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lx2host-platform)
   endforeach()
-  set(LX2_PLATFORM_INCLUDES "-I\${includedir}/lx2host-platform")
-  set(LX2_PLATFORM_LIBS "-llx2host")
+  install(FILES cmake/FindAndroidLibraries.cmake DESTINATION ${package_dir})
+  set(LX2_FIND_PLATFORM [[
+list(PREPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")
+find_dependency(AndroidLibraries)
+list(POP_FRONT CMAKE_MODULE_PATH)]])
+  set(LX2_PLATFORM_INCLUDES
+    "-I\${includedir}/lx2host-platform -isystem ${AndroidLibraries_INCLUDE_DIR}")
+  set(android_dir ${AndroidLibraries_LIBRARY_DIR})
+  set(LX2_PLATFORM_LIBS
+    "-llx2host -L${android_dir} -Wl,-rpath,${android_dir} -lutils -lcutils -llog")
 endif()
 
 install(EXPORT lxcodec2_utils NAMESPACE lx2:: DESTINATION ${package_dir}
