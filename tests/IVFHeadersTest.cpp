@@ -5,6 +5,7 @@
 
 #include "Fixture.h"
 #include "Ivf.h"
+#include "ReadFile.h"
 
 namespace lx2::test {
 namespace {
@@ -76,8 +77,10 @@ TEST_F(IVFHeadersTest, RefusesAMissingTargetAndTooFewBytes) {
 // Through the examples' reader, files that another program wrote.
 TEST_F(IVFHeadersTest, ReadsFilesOfOthers) {
     for (const char* name : {"vp8.ivf", "vp9.ivf"}) {
+        std::vector<uint8_t> bytes;
         example::IvfFile file;
-        EXPECT_EQ(example::ReadIvf(std::string(LX2_SAMPLES_DIR "/") + name, &file), "");
+        EXPECT_EQ(example::ReadFile(std::string(LX2_SAMPLES_DIR "/") + name, &bytes), "");
+        EXPECT_EQ(example::ReadIvf(bytes, &file), "");
         EXPECT_EQ(std::string(file.header.fourcc, 4), name[2] == '8' ? "VP80" : "VP90");
         EXPECT_EQ(file.header.width, 320);
         EXPECT_EQ(file.header.height, 180);
@@ -86,7 +89,7 @@ TEST_F(IVFHeadersTest, ReadsFilesOfOthers) {
         EXPECT_EQ(file.frames[71].offset + file.frames[71].size, file.bytes.size());
     }
     example::IvfFile file;
-    EXPECT_EQ(example::ReadIvf(LX2_SAMPLES_DIR "/avc.264", &file), "is not an IVF file");
+    EXPECT_EQ(example::ReadIvf({'D', 'K', 'I', 'V'}, &file), "is not an IVF file");
 }
 
 }  // namespace

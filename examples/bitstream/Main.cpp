@@ -97,6 +97,8 @@ void PrintTotals(const ByteStream& stream, const Totals& totals) {
     }
     if (stream.widened > 0)
         printf("\n%u start codes had three bytes in the file", stream.widened);
+    if (!stream.note.empty())
+        printf("\nNote: %s", stream.note.c_str());
     printf("\nEvery buffer read back as the stream's bytes\n\n");
 }
 

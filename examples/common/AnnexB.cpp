@@ -3,9 +3,10 @@
 #include <lx2/LX2StreamParser.h>
 
 #include <algorithm>
-#include <limits>
 #include <optional>
+#include <utility>
 
+#include "Container.h"
 #include "ReadFile.h"
 
 namespace lx2::example {
@@ -79,6 +80,18 @@ std::optional<VideoCodec> CodecOf(const std::vector<uint8_t>& bytes, const std::
     return std::nullopt;
 }
 
+// Drops the zeros that may lie before the first start code and behind the last unit. False if the
+// stream does not begin with a start code.
+bool Trim(std::vector<uint8_t>* file) {
+    const auto nonZero = [](uint8_t byte) { return byte != 0; };
+    const auto first = std::find_if(file->begin(), file->end(), nonZero);
+    if (first - file->begin() < 2 || first == file->end() || *first != 1)
+        return false;
+    file->erase(std::find_if(file->rbegin(), file->rend(), nonZero).base(), file->end());
+    file->erase(file->begin(), first - std::min<ptrdiff_t>(first - file->begin(), 3));
+    return true;
+}
+
 // The stream with four-byte start codes only, and one byte behind it.
 void Widen(const std::vector<uint8_t>& file, ByteStream* stream) {
     stream->bytes.clear();
@@ -95,30 +108,40 @@ void Widen(const std::vector<uint8_t>& file, ByteStream* stream) {
     stream->bytes.push_back(0);
 }
 
-// Lists the units of a stream.
+// What is wrong with a unit's header, or empty.
+std::string HeaderFault(const ByteStream& stream, const NalUnit& unit) {
+    const uint32_t headerSize = RulesOf(stream.codec).headerSize;
+    const uint8_t* header = stream.bytes.data() + unit.offset + 4;
+    if (unit.size < 4 + headerSize)
+        return "is cut short in a unit header" + At(unit.offset);
+    if ((header[0] & 0x80) != 0 || (headerSize == 2 && (header[1] & 7) == 0))
+        return "is not a byte stream: no unit header" + At(unit.offset);
+    return "";
+}
+
+// Lists the units of a stream, all of them. Returns the first fault.
 std::string ListUnits(const ByteStream& stream, std::vector<NalUnit>* units) {
     const CodecRules& rules = RulesOf(stream.codec);
+    std::string fault;
     uint16_t type = 0, next = 0;
     for (uint32_t at = 0, size = 0; at < stream.size; at += size) {
-        const uint8_t* unit = stream.bytes.data() + at;
         size = stream.size - at;
         // The scanner refuses fewer than six bytes; that unit's type it has given with the last
         // one.
         type = next;
-        if (size >= 6 && rules.findNAL(unit, size, &size, &type, &next) != C2_OK)
+        if (size >= 6 &&
+            rules.findNAL(stream.bytes.data() + at, size, &size, &type, &next) != C2_OK)
             return "is not a byte stream" + At(at);
-        if (size < 4 + rules.headerSize)
-            return "is cut short in a unit header" + At(at);
-        if ((unit[4] & 0x80) != 0 || (rules.headerSize == 2 && (unit[5] & 7) == 0))
-            return "is not a byte stream: no unit header" + At(at);
         units->push_back({at, size, type});
+        if (fault.empty())
+            fault = HeaderFault(stream, units->back());
     }
     const NalUnit& last = units->back();
-    if (stream.bytes[stream.size - 1] == 0)
-        return "is cut short: the last unit ends in a zero byte";
-    if (last.size == 4 + rules.headerSize && !rules.closesSequence(last.type))
+    if (fault.empty() && IsShortCode(stream.bytes, stream.size - 3))
+        return "is cut short after a start code";
+    if (fault.empty() && last.size == 4 + rules.headerSize && !rules.closesSequence(last.type))
         return "is cut short after a unit header" + At(last.offset);
-    return "";
+    return fault;
 }
 
 bool IsFirstSlice(const ByteStream& stream, const NalUnit& unit) {
@@ -130,14 +153,23 @@ bool IsFirstSlice(const ByteStream& stream, const NalUnit& unit) {
     return at < unit.size && (stream.bytes[unit.offset + at] & 0x80) != 0;
 }
 
+// Units of an enhancement layer belong to the access unit of the base layer's picture.
+bool IsBaseLayer(const ByteStream& stream, const NalUnit& unit) {
+    const uint8_t* header = stream.bytes.data() + unit.offset + 4;
+    return stream.codec == VideoCodec::Avc || unit.size < 6 ||
+           ((header[0] & 1) == 0 && header[1] >> 3 == 0);
+}
+
 // Groups units into access units; the last one may have no picture.
 void Group(const std::vector<NalUnit>& units, ByteStream* stream, bool* hasPicture) {
     const CodecRules& rules = RulesOf(stream->codec);
     stream->accessUnits.clear();
     *hasPicture = false;
     for (const NalUnit& unit : units) {
-        const bool picture = rules.isPicture(unit.type);
-        const bool opens = picture ? IsFirstSlice(*stream, unit) : rules.opensAccessUnit(unit.type);
+        const bool base = IsBaseLayer(*stream, unit);
+        const bool picture = base && rules.isPicture(unit.type);
+        const bool opens =
+            base && (picture ? IsFirstSlice(*stream, unit) : rules.opensAccessUnit(unit.type));
         if (stream->accessUnits.empty() || (*hasPicture && opens)) {
             stream->accessUnits.push_back({unit.offset, 0, false, {}});
             *hasPicture = false;
@@ -179,15 +211,11 @@ const char* NalTypeName(VideoCodec codec, uint16_t type) {
     return RulesOf(codec).typeName(type);
 }
 
-std::string ReadByteStream(const std::string& path, ByteStream* stream) {
-    std::vector<uint8_t> file;
-    std::string offence = ReadFile(path, &file);
-    if (!offence.empty())
-        return offence;
-    if (file.size() > std::numeric_limits<uint32_t>::max() / 4)
-        return "is too large for this example";
-    const bool longCode = file[0] == 0 && IsShortCode(file, 1);
-    if (!longCode && !IsShortCode(file, 0))
+std::string CutByteStream(std::vector<uint8_t> file, const std::string& path, ByteStream* stream) {
+    const std::string container = DescribeContainer(file, path);
+    if (!container.empty())
+        return container;
+    if (!Trim(&file))
         return "is not a byte stream: it does not begin with a start code";
     const std::optional<VideoCodec> codec = CodecOf(file, path);
     if (!codec)
@@ -196,16 +224,22 @@ std::string ReadByteStream(const std::string& path, ByteStream* stream) {
     Widen(file, stream);
 
     std::vector<NalUnit> units;
-    offence = ListUnits(*stream, &units);
-    if (!offence.empty())
-        return offence;
+    const std::string fault = ListUnits(*stream, &units);
     bool complete = false;
     Group(units, stream, &complete);
+    if (!fault.empty())
+        return fault;
     if (!complete)
         return "is cut short: the last access unit has no picture";
     if (LastSequenceIsOpen(*stream))
-        return "is cut short: the last sequence is not closed as those before it";
+        stream->note = "the last sequence is not closed as those before it";
     return "";
+}
+
+std::string ReadByteStream(const std::string& path, ByteStream* stream) {
+    std::vector<uint8_t> file;
+    const std::string offence = ReadFile(path, &file);
+    return offence.empty() ? CutByteStream(std::move(file), path, stream) : offence;
 }
 
 }  // namespace lx2::example

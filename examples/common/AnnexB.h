@@ -33,20 +33,21 @@ struct ByteStream {
     uint32_t size;               // of the stream
     uint32_t widened;            // start codes that the file had in three bytes and we in four
     std::vector<AccessUnit> accessUnits;
+    std::string note;  // what looks as if the stream were cut short, yet need not be so
 };
 
-// Reads and cuts a file. The library's scanner splits at four-byte start codes alone, so those of
-// three bytes are widened first. The codec is told from the parameter sets, or else from the name.
+// Cuts a stream. The library's scanner splits at four-byte start codes alone, so those of three
+// bytes are widened first. Zeros before the first start code and behind the last unit are dropped.
+// The codec is told from the parameter sets, or else from the name in path.
 //
-// Returns what is wrong with the file in a few words, or an empty string. A stream passes for cut
-// short if its last unit
-// - ends within its header, or in a zero byte: a unit ends with a stop bit, so never in a zero, and
-// a
-//   start code that is cut leaves nothing but zeros,
-// - leaves an access unit without a picture, or
-// - is no end-of-sequence unit although each earlier sequence was closed by one.
-// A cut within the last picture of a stream that does not close its sequences cannot be seen
-// without decoding it.
+// Returns what is wrong with the stream in a few words, or an empty string. What could be cut lies
+// in *stream all the same. A stream passes for cut short if its last unit ends within its header or
+// leaves an access unit without a picture; if it is no end-of-sequence unit although each earlier
+// sequence was closed by one, that is noted. A cut within the last picture of a stream that does
+// not close its sequences cannot be seen without decoding it.
+std::string CutByteStream(std::vector<uint8_t> file, const std::string& path, ByteStream* stream);
+
+// The same for a file.
 std::string ReadByteStream(const std::string& path, ByteStream* stream);
 
 }  // namespace lx2::example

@@ -1,19 +1,22 @@
 #include "Ivf.h"
 
 #include <cstring>
-
-#include "ReadFile.h"
+#include <utility>
 
 namespace lx2::example {
 
-std::string ReadIvf(const std::string& path, IvfFile* file) {
-    std::string offence = ReadFile(path, &file->bytes);
-    if (!offence.empty())
-        return offence;
+// The library takes any 32 bytes for a stream header; whether they are one is for us to see.
+bool IsIvf(const std::vector<uint8_t>& bytes) {
+    return bytes.size() >= 4 && memcmp(bytes.data(), "DKIF", 4) == 0;
+}
+
+std::string ReadIvf(std::vector<uint8_t> content, IvfFile* file) {
+    file->bytes = std::move(content);
     const std::vector<uint8_t>& bytes = file->bytes;
-    // The library takes any 32 bytes for a stream header; whether they are one is for us to see.
-    if (bytes.size() < sizeof(IVFStreamHeader) || memcmp(bytes.data(), "DKIF", 4) != 0)
+    if (!IsIvf(bytes))
         return "is not an IVF file";
+    if (bytes.size() < sizeof(IVFStreamHeader))
+        return "is cut short in the stream header";
     file->header = *IVFStreamHeader::FromBytes(bytes.size(), bytes.data());
     file->frames.clear();
     for (size_t at = sizeof(IVFStreamHeader); at < bytes.size();) {

@@ -21,8 +21,10 @@ struct IvfFile {
     std::vector<IvfFrame> frames;
 };
 
-// Returns what is wrong with the file in a few words (missing, empty, not IVF, cut short), or an
-// empty string.
-std::string ReadIvf(const std::string& path, IvfFile* file);
+bool IsIvf(const std::vector<uint8_t>& bytes);
+
+// Returns what is wrong with the bytes of a file in a few words (not IVF, cut short), or an empty
+// string.
+std::string ReadIvf(std::vector<uint8_t> content, IvfFile* file);
 
 }  // namespace lx2::example

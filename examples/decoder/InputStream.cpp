@@ -1,7 +1,7 @@
 #include "InputStream.h"
 
 #include <algorithm>
-#include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "../common/AnnexB.h"
@@ -12,31 +12,30 @@ namespace lx2::example {
 
 namespace {
 
-struct CodecRow {
-    Codec codec;
-    const char* mime;
-    const char* extension;
-};
-
-constexpr CodecRow kAvc{Codec::Avc, "video/avc", "264"};
-constexpr CodecRow kHevc{Codec::Hevc, "video/hevc", "265"};
-constexpr CodecRow kVp8{Codec::Vp8, "video/x-vnd.on2.vp8", "ivf"};
-constexpr CodecRow kVp9{Codec::Vp9, "video/x-vnd.on2.vp9", "ivf"};
+constexpr StreamKind kAvc{Codec::Avc, "video/avc", "264"};
+constexpr StreamKind kHevc{Codec::Hevc, "video/hevc", "265"};
+constexpr StreamKind kVp8{Codec::Vp8, "video/x-vnd.on2.vp8", "ivf"};
+constexpr StreamKind kVp9{Codec::Vp9, "video/x-vnd.on2.vp9", "ivf"};
 
 // Byte streams carry no times: 25 pictures a second.
 constexpr uint64_t kMicrosecondsPerUnit = 40000;
 
-bool IsIvf(const std::string& path) {
-    std::vector<uint8_t> bytes;
-    return ReadFile(path, &bytes).empty() && bytes.size() >= 4 &&
-           memcmp(bytes.data(), "DKIF", 4) == 0;
+std::string Printable(std::string_view fourcc) {
+    std::string text(fourcc);
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return text;
 }
 
 }  // namespace
 
 std::unique_ptr<InputStream> InputStream::Open(const std::string& path, std::string* error) {
     std::unique_ptr<InputStream> stream(new InputStream);
-    const std::string problem = IsIvf(path) ? stream->readIvf(path) : stream->readByteStream(path);
+    std::vector<uint8_t> file;
+    std::string problem = ReadFile(path, &file);
+    if (problem.empty())
+        problem = IsIvf(file) ? stream->readIvf(std::move(file))
+                              : stream->readByteStream(std::move(file), path);
     if (stream->mUnits.empty()) {
         *error = path + ": " + (problem.empty() ? "nothing to decode" : problem);
         return nullptr;
@@ -49,31 +48,29 @@ void InputStream::add(size_t offset, uint32_t size, uint64_t timestamp) {
     mUnits.push_back({mBytes.data() + offset, size, mUnits.size(), timestamp});
 }
 
-void InputStream::setCodec(const char* mime, const char* extension, Codec codec) {
-    mMime = mime;
-    mExtension = extension;
-    mCodec = codec;
-}
-
-std::string InputStream::readIvf(const std::string& path) {
+std::string InputStream::readIvf(std::vector<uint8_t> content) {
     IvfFile file;
-    std::string problem = ReadIvf(path, &file);
-    const bool vp9 = memcmp(file.header.fourcc, IVFStreamHeader::FourCC_VP9, 4) == 0;
-    const CodecRow& row = vp9 ? kVp9 : kVp8;
-    setCodec(row.mime, row.extension, row.codec);
+    std::string problem = ReadIvf(std::move(content), &file);
+    const std::string_view fourcc(file.header.fourcc, sizeof(file.header.fourcc));
+    const StreamKind* kind = fourcc == "VP80" ? &kVp8 : fourcc == "VP90" ? &kVp9 : nullptr;
+    if (kind == nullptr)
+        return "holds " + Printable(fourcc) + ", neither VP80 nor VP90";
+    mKind = *kind;
     mBytes = std::move(file.bytes);
-    for (const IvfFrame& frame : file.frames)
-        add(frame.offset, frame.size,
-            frame.timestamp * 1000000 * file.header.scale / std::max(file.header.rate, 1u));
+    for (const IvfFrame& frame : file.frames) {
+        if (frame.size != 0)  // else the encoder dropped it
+            add(frame.offset, frame.size,
+                frame.timestamp * 1000000 * file.header.scale / std::max(file.header.rate, 1u));
+    }
     return problem;
 }
 
-std::string InputStream::readByteStream(const std::string& path) {
+std::string InputStream::readByteStream(std::vector<uint8_t> content, const std::string& path) {
     ByteStream stream;
-    std::string problem = ReadByteStream(path, &stream);
-    const CodecRow& row = stream.codec == VideoCodec::Hevc ? kHevc : kAvc;
-    setCodec(row.mime, row.extension, row.codec);
+    std::string problem = CutByteStream(std::move(content), path, &stream);
+    mKind = stream.codec == VideoCodec::Hevc ? kHevc : kAvc;
     mBytes = std::move(stream.bytes);
+    mNote = stream.note.empty() ? "" : path + ": " + stream.note;
     for (const AccessUnit& unit : stream.accessUnits)
         add(unit.offset, unit.size, mUnits.size() * kMicrosecondsPerUnit);
     return problem;

@@ -18,35 +18,42 @@ struct InputUnit {
     uint64_t timestamp = 0;  // microseconds
 };
 
+struct StreamKind {
+    Codec codec = Codec::Avc;
+    const char* mime = "";
+    const char* extension = "";
+};
+
 class InputStream {
   public:
-    // Reads a file: raw H.264 or H.265 with four-byte start codes, or VP8 or VP9 in IVF.
+    // Reads a file: raw H.264 or H.265, or VP8 or VP9 in IVF.
     // Null, with *error in one line, for a file that is missing, empty, or none of these.
     static std::unique_ptr<InputStream> Open(const std::string& path, std::string* error);
 
-    Codec codec() const { return mCodec; }
-    const std::string& mime() const { return mMime; }
-    const std::string& extension() const { return mExtension; }
+    Codec codec() const { return mKind.codec; }
+    std::string mime() const { return mKind.mime; }
+    std::string extension() const { return mKind.extension; }
     const std::vector<InputUnit>& units() const { return mUnits; }
     uint32_t largestUnit() const;
 
-    // What is wrong with the end of the file, when it was cut short; else empty.
+    // What is wrong with the file although it holds units, as an end that was cut off; else empty.
     const std::string& damage() const { return mDamage; }
+
+    // What is odd about the file; mostly empty.
+    const std::string& note() const { return mNote; }
 
   private:
     InputStream() = default;
     // What is wrong with the file, or empty.
-    std::string readIvf(const std::string& path);
-    std::string readByteStream(const std::string& path);
-    void setCodec(const char* mime, const char* extension, Codec codec);
+    std::string readIvf(std::vector<uint8_t> content);
+    std::string readByteStream(std::vector<uint8_t> content, const std::string& path);
     void add(size_t offset, uint32_t size, uint64_t timestamp);
 
     std::vector<uint8_t> mBytes;
     std::vector<InputUnit> mUnits;
-    Codec mCodec = Codec::Avc;
-    std::string mMime;
-    std::string mExtension;
+    StreamKind mKind;
     std::string mDamage;
+    std::string mNote;
 };
 
 }  // namespace lx2::example

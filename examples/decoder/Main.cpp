@@ -82,6 +82,8 @@ bool DecodeStream(const InputStream& input, const Settings& settings) {
     component.finish();
     if (!input.damage().empty())
         printf("error: %s\n", input.damage().c_str());
+    if (!input.note().empty())
+        printf("note: %s\n", input.note().c_str());
     const Statistics& statistics = component.statistics();
     for (const std::string& error : statistics.errors)
         printf("error: %s\n", error.c_str());

@@ -33,7 +33,10 @@ bool ParseArguments(int argc, char** argv, Settings* settings, std::string* erro
             settings->verbose = true;
         else if (argument == "--help")
             settings->help = true;
-        else if (!argument.empty() && argument[0] == '-') {
+        else if (argument.empty()) {
+            *error = "the name of FILE is empty";
+            return false;
+        } else if (argument[0] == '-') {
             *error = "unknown option " + argument;
             return false;
         } else {
