@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/lxcodec2_utils)
 set(LX2_PLATFORM_INCLUDES "")
-set(LX2_PLATFORM_LIBS "-llog -lcutils -lcodec2_vndk")
+set(LX2_PLATFORM_LIBS "-llog -lcutils -lcodec2 -lcodec2_vndk")
 
 install(TARGETS lx2_base lx2_platform lx2_utils EXPORT lxcodec2_utils)
 install(DIRECTORY include/lx2 base/include/lx2 DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}

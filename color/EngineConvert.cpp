@@ -1,4 +1,6 @@
 // Configuration and conversion.
+#include <cinttypes>
+
 #include "Engine.h"
 #include "EngineLog.h"
 #include "SoftwareConvert.h"
@@ -162,8 +164,8 @@ uint64_t LX2ColorConverter::Engine::getMappedGPUAddr(int32_t fd, void* ptr, uint
 bool LX2ColorConverter::Engine::unmapGPUAddr(uint64_t gpuAddress) {
     const int32_t status = mEnabled ? mBlit.unMapAddr(gpuAddress) : -1;
     if (status != 0)
-        LX2_LOGE("%s: gbxUnMapAddr failed: status %d, gpuAddr 0x%lx", "unmapGPUAddr", status,
-                 static_cast<unsigned long>(gpuAddress));
+        LX2_LOGE("%s: gbxUnMapAddr failed: status %d, gpuAddr 0x%" PRIx64, "unmapGPUAddr", status,
+                 gpuAddress);
     LX2_LOGT("%s: unmapped: gpuaddr %p", "unmapGPUAddr", Pointer(gpuAddress));
     return status == 0;
 }

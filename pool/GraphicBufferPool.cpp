@@ -1,6 +1,7 @@
 #include <lx2/LX2GraphicBufferPoolImpl.h>
 #include <lx2/PixFormat.h>
 
+#include <cinttypes>
 #include <utility>
 
 #include "PoolLog.h"
@@ -84,7 +85,7 @@ bool LX2GraphicBufferPoolImpl::takeRecycled(std::shared_ptr<LX2Buffer>* out) {
     // Each further call drops the buffer before it, which did not fit.
     while (mRefTracker.getPreFetchedAndAvailable(out) == C2_OK) {
         if (fits(*(*out)->graphic())) {
-            LX2_LOGT("REF: Recycled graphic buf with id : %lu", (*out)->graphic()->id());
+            LX2_LOGT("REF: Recycled graphic buf with id : %" PRIu64, (*out)->graphic()->id());
             return true;
         }
     }
@@ -99,8 +100,8 @@ LX2Status LX2GraphicBufferPoolImpl::fetch(std::shared_ptr<C2GraphicBlock>* block
         return C2_TIMED_OUT;
     }
     if (status != C2_OK)
-        LX2_LOGE("%s: failed to alloc graphic block w(%u)/h(%u)/f(%x)/usage(%lx)", "allocate",
-                 mWidth, mHeight, mFormat, mUsage);
+        LX2_LOGE("%s: failed to alloc graphic block w(%u)/h(%u)/f(%x)/usage(%" PRIx64 ")",
+                 "allocate", mWidth, mHeight, mFormat, mUsage);
     return status;
 }
 
@@ -134,7 +135,8 @@ LX2Status LX2GraphicBufferPoolImpl::allocate(std::shared_ptr<LX2Buffer>* out) {
         return status;
     auto buffer = wrap(std::move(block));
     if (mRefTracker.stashIfReferenced(buffer)) {
-        LX2_LOGT("REF: Allocated buf with id = %lu is still referenced", buffer->graphic()->id());
+        LX2_LOGT("REF: Allocated buf with id = %" PRIu64 " is still referenced",
+                 buffer->graphic()->id());
         // Like a fetch that timed out: the caller tries again later.
         return C2_TIMED_OUT;
     }

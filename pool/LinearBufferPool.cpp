@@ -1,5 +1,6 @@
 #include <lx2/LX2BufferPool.h>
 
+#include <cinttypes>
 #include <utility>
 
 #include "PoolLog.h"
@@ -47,8 +48,8 @@ LX2Status LX2LinearBufferPool::allocate(std::shared_ptr<LX2Buffer>* out) {
     std::shared_ptr<C2LinearBlock> block;
     const LX2Status status = mPool->fetchLinearBlock(mBufferSize, C2MemoryUsage(mUsage), &block);
     if (status != C2_OK) {
-        LX2_LOGE("%s: failed to allocate linear block sz(%u)/usage*(%lx)", "allocate", mBufferSize,
-                 mUsage);
+        LX2_LOGE("%s: failed to allocate linear block sz(%u)/usage*(%" PRIx64 ")", "allocate",
+                 mBufferSize, mUsage);
         return status;
     }
     *out = std::make_shared<LX2Buffer>(std::move(block), mUsage);

@@ -1,6 +1,7 @@
 #include <lx2/LX2GraphicBufferPoolImpl.h>
 
 #include <algorithm>
+#include <cinttypes>
 #include <utility>
 
 #include "PoolLog.h"
@@ -18,7 +19,7 @@ LX2Status RefTracker::holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buff
     if (buffer == nullptr || buffer->type() != C2BufferData::GRAPHIC)
         return LX2_BAD_ARG;
     const uint64_t platformId = buffer->graphic()->id();
-    LX2_LOGT("REF: Added Ref for graphic buf with id:%lu", platformId);
+    LX2_LOGT("REF: Added Ref for graphic buf with id:%" PRIu64, platformId);
     if (mHeld.count(id) != 0)
         return C2_CANNOT_DO;  // the buffer stays in the argument, which goes after the lock
     mHeld.emplace(id, Tracked{std::move(buffer), platformId});
@@ -39,7 +40,7 @@ LX2Status RefTracker::dropReference(uint64_t id) {
         mStashed.begin(), mStashed.end(),
         [&](const Tracked& candidate) { return candidate.platformId == dropped.platformId; });
     if (parked != mStashed.end()) {
-        LX2_LOGT("REF: Released Ref for graphic buf with id : %lu", dropped.platformId);
+        LX2_LOGT("REF: Released Ref for graphic buf with id : %" PRIu64, dropped.platformId);
         mAvailable.splice(mAvailable.end(), mStashed, parked);
     }
     return C2_OK;
