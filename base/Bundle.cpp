@@ -4,7 +4,7 @@
 namespace lx2 {
 
 namespace {
-constexpr LogModule kLog{"LX2Buf", LogGroup::Buffer};
+constexpr LogModule kLog = kBufferLog;
 }
 
 void Bundle::LogEmplaceFailure(const std::string& key) {

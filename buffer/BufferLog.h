@@ -4,7 +4,6 @@
 
 namespace lx2 {
 
-// The buffer model prints all of its messages under one tag.
-constexpr LogModule kLog{"LX2Buf", LogGroup::Buffer};
+constexpr LogModule kLog = kBufferLog;
 
 }  // namespace lx2

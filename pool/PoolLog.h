@@ -4,6 +4,6 @@
 
 namespace lx2 {
 
-constexpr LogModule kLog{"LX2Buf", LogGroup::Buffer};
+constexpr LogModule kLog = kBufferLog;
 
 }  // namespace lx2

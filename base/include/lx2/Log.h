@@ -8,6 +8,11 @@
 // and LX2_LOGT (trace), which print at debug priority only when gC2LogLevel lets them. The format
 // is checked by the compiler; the arguments of a message that is off are not evaluated, so it costs
 // one load and a branch.
+//
+// Debug and trace are off until the component, or a debugger, sets the word:
+//
+//     lx2::gC2LogLevel = 0x3;         // both, of all modules
+//     lx2::gC2LogLevel = 0x02000001;  // debug alone, of buffers, pools, dumps and converter alone
 #pragma once
 
 #include <android/log.h>
@@ -39,6 +44,9 @@ struct LogModule {
     const char* tag;
     LogGroup group;
 };
+
+// The one module of bundles, buffers and pools.
+constexpr LogModule kBufferLog{"LX2Buf", LogGroup::Buffer};
 
 constexpr uint32_t kLogGroupFilter = 0xFF000000;
 
