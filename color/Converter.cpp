@@ -1,4 +1,3 @@
-#include <SafeRange.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/Log.h>
 #include <lx2/PixFormat.h>
@@ -19,11 +18,6 @@ LX2ColorConverter::Format FormatOf(const LX2Buffer::Graphic& view) {
 
 uint8_t* WritableBase(const LX2Buffer::Mapping& mapping) {
     return mapping.isWritable() ? mapping.data() : nullptr;
-}
-
-// The allocation's size, or less when the handle says more than there is.
-uint32_t SizeOf(const LX2Buffer::Mapping& mapping, const LX2Buffer::Graphic& view) {
-    return static_cast<uint32_t>(ReadableBytes(mapping, view.fd()));
 }
 
 }  // namespace
@@ -88,8 +82,8 @@ int32_t LX2ColorConverter::convert(LX2Buffer::Graphic* src, LX2Buffer::Graphic* 
                  static_cast<void*>(srcBase), static_cast<void*>(dstBase));
         return -1;
     }
-    if (mEngine->convert(src->fd(), srcBase, src->offset(), SizeOf(*srcMapping, *src), dst->fd(),
-                         dstBase, dst->offset(), SizeOf(*dstMapping, *dst)) != 0) {
+    if (mEngine->convert(src->fd(), srcBase, src->offset(), src->allocSize(), dst->fd(), dstBase,
+                         dst->offset(), dst->allocSize()) != 0) {
         LX2_LOGE("%s: convert failed", "convert");
         return -1;
     }

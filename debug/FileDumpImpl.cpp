@@ -1,6 +1,9 @@
 #include "FileDumpImpl.h"
 
+#include <SafeRange.h>
 #include <lx2/FrameGeometry.h>
+
+#include <algorithm>
 
 #include "DumpLog.h"
 
@@ -12,10 +15,13 @@ bool IsGraphic(const LX2Buffer& buffer) {
     return buffer.type() == C2BufferData::GRAPHIC;
 }
 
+// As far as there is memory: a mapping beyond that would be refused.
 uint32_t VideoCoreSize(const LX2Buffer::Graphic& view) {
     if (view.platformBuffer() == nullptr)
         return 0;
-    return geometry::VideoCoreFrameSize<uint32_t>(view.format(), view.width(), view.height());
+    const auto size =
+        geometry::VideoCoreFrameSize<uint32_t>(view.format(), view.width(), view.height());
+    return static_cast<uint32_t>(std::min<uint64_t>(size, MemoryBehind(view.fd()).value_or(size)));
 }
 
 }  // namespace

@@ -165,21 +165,13 @@ TEST_F(ColorConverterTest, ReleasesTheTargetFirstAlsoWhenItFails) {
     };
     EXPECT_EQ(convertOnce(), 0);
     log.take();
-    const auto expectTooSmall = [&] {
-        EXPECT_EQ(convertOnce(), -1);
-        EXPECT_THAT(
-            log.takeTexts(),
-            ElementsAre(EndsWith("mSrcSize 8192, srcSize 8192, mDstSize 393216, dstSize 4096"),
-                        "convert: convert failed"));
-    };
     target->graphic()->setAllocSize(4096);
-    expectTooSmall();
-    // The memory counts when the handle says more.
-    target->graphic()->setAllocSize(393216);
-    ASSERT_EQ(ftruncate(to, 4096), 0);
-    expectTooSmall();
-    // The target can't be mapped, so its access ends at once.
-    target->graphic()->setAllocSize(0);
+    EXPECT_EQ(convertOnce(), -1);
+    EXPECT_THAT(log.takeTexts(),
+                ElementsAre(EndsWith("mSrcSize 8192, srcSize 8192, mDstSize 393216, dstSize 4096"),
+                            "convert: convert failed"));
+    // A target that claims more than there is can't be mapped, so its access ends at once.
+    target->graphic()->setAllocSize(393217);
     EXPECT_EQ(convertOnce(), -1);
     EXPECT_THAT(log.take().back().text,
                 MatchesRegex("convert: failed to get buffer base addr .src 0x[0-9a-f]+, dst "

@@ -246,17 +246,16 @@ TEST_F(FileDumpTest, NeverReadsOutsideALinearBuffer) {
     const auto wrapping = LinearBuffer(64);
     wrapping->linear()->setRange(16, ~0u - 7);
     auto dump = fixedDump(kVp8);
-    for (const auto& buffer : {lying, wrapping}) {
-        logged();
-        EXPECT_EQ(dump->write(buffer), LX2_ERROR);
-        EXPECT_EQ(logged().back(), Error(kTag,
-                                         "dumpLinear: Avoiding unsafe read.. buffer range "
-                                         "exceeds it's capacity !!"));
-    }
-    lying->linear()->setRange(4095, 1);
-    EXPECT_EQ(dump->write(lying), C2_OK);
-    // Each refused buffer counted as one frame.
-    EXPECT_EQ(ReadAll(path), IvfFile('8', {1, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(dump->write(lying), LX2_ERROR) << "it can't be mapped";
+    logged();
+    EXPECT_EQ(dump->write(wrapping), LX2_ERROR);
+    EXPECT_EQ(logged().back(), Error(kTag,
+                                     "dumpLinear: Avoiding unsafe read.. buffer range "
+                                     "exceeds it's capacity !!"));
+    wrapping->linear()->setRange(63, 1);
+    EXPECT_EQ(dump->write(wrapping), C2_OK);
+    // The refused range counted as one frame.
+    EXPECT_EQ(ReadAll(path), IvfFile('8', {1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST_F(FileDumpTest, WritesTheRowsOfEachFormatWithoutPadding) {
@@ -295,8 +294,8 @@ TEST_F(FileDumpTest, WritesTheRowsOfEachFormatWithoutPadding) {
             << PixFormat::Str(row.format) << " " << row.width << " x " << row.height;
     }
     const auto cutShort = NoisyFrame(PixFormat::MIREL_NV12, 64, 48);
-    ASSERT_EQ(ftruncate(cutShort->graphic()->fd(), 512 * 10 + 8), 0);
-    EXPECT_EQ(dumped(cutShort).size(), 64 * 10 + 8u);
+    ASSERT_EQ(ftruncate(cutShort->graphic()->fd(), 4096), 0);
+    EXPECT_EQ(fixedDump("video/raw")->write(cutShort), LX2_ERROR) << "it can't be mapped";
 
     const auto size = geometry::VideoCoreFrameSize<uint32_t>;
     EXPECT_EQ(size(PixFormat::MIREL_NV12_CMPX, 1920, 1080), 3219456u);  // two fields

@@ -2,8 +2,9 @@
 //
 // The memory comes from memfd_create, so it is truly shared: written through one mapping, read
 // through another, in another process too once the descriptor is passed on. Such memory doesn't
-// answer DMA_BUF_IOCTL_SYNC, so the host library exports an ioctl that answers it for this memory,
-// and passes every other call to the kernel.
+// answer DMA_BUF_IOCTL_SYNC, and its pages come one by one as they are touched. So the host library
+// exports an ioctl that answers for this memory and an mmap that puts all pages in place at once
+// and refuses, with EINVAL, what reaches beyond its last page; every other call goes to the kernel.
 #pragma once
 
 #include <cstddef>
