@@ -5,8 +5,7 @@
 #include <dlfcn.h>
 #include <lx2/GpuUtility.h>
 #include <lx2/LX2ColorConverter.h>
-
-#include "BlitInterface.h"
+#include <lx2device/BlitLibrary.h>
 
 namespace lx2 {
 

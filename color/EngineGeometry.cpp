@@ -6,6 +6,25 @@
 
 namespace lx2 {
 
+namespace {
+
+struct ColorCodeRow {
+    uint32_t format;
+    uint32_t code;
+};
+constexpr ColorCodeRow kColorCodes[] = {
+    {PixFormat::RGBA8888, blit::kCodeRgba},
+    {PixFormat::RGBA8888_CMPX, blit::kCodeRgba | blit::kCodeCompressed},
+    {PixFormat::I420, blit::kCodePlanarCbFirst},
+    {PixFormat::NV12, blit::kCodeSemiPlanar},
+    {PixFormat::MIREL_NV12, blit::kCodeSemiPlanar},
+    {PixFormat::YV12, blit::kCodePlanarCrFirst},
+    {PixFormat::MIREL_NV12_CMPX, blit::kCodeSemiPlanar | blit::kCodeCompressed},
+    {PixFormat::MIREL_TP10, blit::kCodePacked10Bit | blit::kCodeCompressed},
+};
+
+}  // namespace
+
 bool LX2ColorConverter::Engine::isYUVSurface(uint32_t format) {
     return geometry::IsYuv(format);
 }
@@ -15,11 +34,13 @@ bool LX2ColorConverter::Engine::isRGBSurface(uint32_t format) {
 }
 
 uint32_t LX2ColorConverter::Engine::getGBXColorFormat(uint32_t format) {
-    const uint32_t code = blit::ColorCodeOf(format);
-    if (code == blit::kUnknownCode)
-        LX2_LOGE("%s: unsupported color format, %s(%d)", "getGBXColorFormat",
-                 PixFormat::Str(format), static_cast<int>(format));
-    return code;
+    for (const ColorCodeRow& row : kColorCodes) {
+        if (row.format == format)
+            return row.code;
+    }
+    LX2_LOGE("%s: unsupported color format, %s(%d)", "getGBXColorFormat", PixFormat::Str(format),
+             static_cast<int>(format));
+    return 0xFFFFFFFF;
 }
 
 uint32_t LX2ColorConverter::Engine::calcStride(uint32_t format, uint32_t width,

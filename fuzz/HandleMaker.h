@@ -3,10 +3,10 @@
 
 #include <C2AllocatorGralloc.h>
 #include <C2BlockInternal.h>
-#include <PrivateHandle.h>
 #include <cutils/native_handle.h>
 #include <lx2/LX2Buffer.h>
 #include <lx2/PixFormat.h>
+#include <lx2device/PrivateHandle.h>
 #include <lx2host/Gralloc.h>
 
 #include <algorithm>

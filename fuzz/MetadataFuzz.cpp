@@ -1,6 +1,6 @@
 // Display metadata of any content: records that come from elsewhere, and infos of any length.
-#include <DisplayMetadata.h>
 #include <lx2/LX2GrallocBuffer.h>
+#include <lx2device/DisplayMetadataLibrary.h>
 #include <lx2host/DisplayMetadata.h>
 
 #include <cstring>

@@ -8,8 +8,6 @@ namespace lx2 {
 
 namespace {
 
-constexpr const char* kLibrary = "libLxdMetaData.so";
-
 DisplayMetadataFunction Resolve(void* library, const char* name) {
     return reinterpret_cast<DisplayMetadataFunction>(dlsym(library, name));
 }
@@ -18,13 +16,13 @@ DisplayMetadataFunction Resolve(void* library, const char* name) {
 
 LX2LXDMetadata::LX2LXDMetadata() {
     LX2_LOGD("LX2LXDMetadata");
-    mHandle = dlopen(kLibrary, RTLD_NOW | RTLD_GLOBAL);
+    mHandle = dlopen(kDisplayMetadataLibrary, RTLD_NOW | RTLD_GLOBAL);
     if (mHandle == nullptr) {
-        LX2_LOGE("LX2LXDMetadata failed to open %s: %s", kLibrary, dlerror());
+        LX2_LOGE("LX2LXDMetadata failed to open %s: %s", kDisplayMetadataLibrary, dlerror());
         return;
     }
-    getMetaDataAndUnmap = Resolve(mHandle, "getMetaDataAndUnmap");
-    setMetaDataAndUnmap = Resolve(mHandle, "setMetaDataAndUnmap");
+    getMetaDataAndUnmap = Resolve(mHandle, kGetMetadataFunction);
+    setMetaDataAndUnmap = Resolve(mHandle, kSetMetadataFunction);
 }
 
 LX2LXDMetadata::~LX2LXDMetadata() {

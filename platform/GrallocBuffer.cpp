@@ -2,12 +2,12 @@
 #include <android/hardware/graphics/mapper/3.0/IMapper.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/PixFormat.h>
+#include <lx2device/PrivateHandle.h>
 
 #include <limits>
 
 #include "DisplayMetadata.h"
 #include "GrallocLog.h"
-#include "PrivateHandle.h"
 
 namespace lx2 {
 

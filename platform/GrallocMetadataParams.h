@@ -3,13 +3,12 @@
 
 #include <C2Config.h>
 #include <C2Param.h>
+#include <lx2device/DisplayMetadataLibrary.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
-
-#include "DisplayMetadata.h"
 
 namespace lx2 {
 

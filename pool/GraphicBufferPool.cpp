@@ -1,5 +1,6 @@
 #include <lx2/LX2GraphicBufferPoolImpl.h>
 #include <lx2/PixFormat.h>
+#include <lx2device/PrivateHandle.h>
 
 #include <cinttypes>
 #include <utility>
@@ -9,9 +10,6 @@
 namespace lx2 {
 
 namespace {
-
-// The gralloc usage that asks for the bandwidth-compressed layout.
-constexpr uint64_t kUsageCompressed = 0x10000000;
 
 // Ends a buffer's life and tells whoever wants to know.
 class GraphicBufferDeleter {

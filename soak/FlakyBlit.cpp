@@ -1,6 +1,6 @@
 // The blit stand-in with now and then a mapping or a draw that fails, as on a device under load.
-#include <BlitInterface.h>
 #include <dlfcn.h>
+#include <lx2device/BlitLibrary.h>
 
 #include <atomic>
 

@@ -28,13 +28,26 @@ bool IsKnownType(uint32_t type) {
     return IsRgbType(type) || type == blit::kUpdateYuv || type == blit::kCreateYuv;
 }
 
-// The first format of a code; those that share one differ in what the record says only.
+// The format that a code is drawn as; those that share one differ in what the record says only.
 uint32_t FormatOf(uint32_t code) {
-    for (const blit::ColorCode& row : blit::kColorCodes) {
-        if (row.code == code)
-            return row.format;
+    switch (code) {
+        case blit::kCodeRgba:
+            return PixFormat::RGBA8888;
+        case blit::kCodeRgba | blit::kCodeCompressed:
+            return PixFormat::RGBA8888_CMPX;
+        case blit::kCodePlanarCbFirst:
+            return PixFormat::I420;
+        case blit::kCodePlanarCrFirst:
+            return PixFormat::YV12;
+        case blit::kCodeSemiPlanar:
+            return PixFormat::NV12;
+        case blit::kCodeSemiPlanar | blit::kCodeCompressed:
+            return PixFormat::MIREL_NV12_CMPX;
+        case blit::kCodePacked10Bit | blit::kCodeCompressed:
+            return PixFormat::MIREL_TP10;
+        default:
+            return 0;
     }
-    return 0;
 }
 
 bool IsWhole(const blit::Rect& rect, const blit::SurfaceDef& def) {

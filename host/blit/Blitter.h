@@ -2,7 +2,7 @@
 // them. Safe to use from several threads, which take turns.
 #pragma once
 
-#include <BlitInterface.h>
+#include <lx2device/BlitLibrary.h>
 #include <lx2host/FrameLayout.h>
 
 #include <map>

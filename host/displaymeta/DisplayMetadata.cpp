@@ -1,5 +1,5 @@
-#include <DisplayMetadata.h>
 #include <PrivateRecord.h>
+#include <lx2device/DisplayMetadataLibrary.h>
 #include <lx2host/DisplayMetadata.h>
 #include <sys/mman.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 #include <C2AllocatorGralloc.h>
-#include <PrivateHandle.h>
 #include <lx2/PixFormat.h>
+#include <lx2device/PrivateHandle.h>
 #include <lx2host/DmaBuf.h>
 #include <lx2host/FrameLayout.h>
 #include <lx2host/Gralloc.h>

@@ -1,7 +1,7 @@
 // The allocator's own records, told from handles of another shape or another allocator.
 #pragma once
 
-#include <PrivateHandle.h>
+#include <lx2device/PrivateHandle.h>
 #include <lx2host/Gralloc.h>
 
 namespace lx2::host {

@@ -1,7 +1,7 @@
 #include "RecordingBlit.h"
 
-#include <BlitInterface.h>
 #include <lx2/Export.h>
+#include <lx2device/BlitLibrary.h>
 
 #include <cstring>
 #include <sstream>

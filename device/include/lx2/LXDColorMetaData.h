@@ -1,4 +1,5 @@
 // The display stack's color record of a graphic buffer, as the display-metadata library keeps it.
+// Components write it through this library, hardware and display write and read it too.
 #pragma once
 
 #include <cstddef>

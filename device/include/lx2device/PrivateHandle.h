@@ -1,5 +1,5 @@
-// The private record of a graphics-buffer handle, as the allocator writes it and the display stack
-// reads it.
+// The private record of a graphics-buffer handle. The graphics allocator writes it; the mapper
+// copies it at each import; this library, the display stack and the hardware's drivers read it.
 #pragma once
 
 #include <cutils/native_handle.h>
@@ -47,6 +47,9 @@ static_assert(sizeof(PrivateHandle) == 80);
 static_assert(sizeof(PrivateHandle) ==
               sizeof(native_handle_t) +
                   sizeof(int32_t) * (PrivateHandle::kNumFds + PrivateHandle::kNumInts));
+
+// The usage that asks the allocator for the bandwidth-compressed layout.
+constexpr uint64_t kUsageCompressed = 0x10000000;
 
 // Marks a bandwidth-compressed allocation in the flags.
 constexpr uint32_t kAllocatedCompressed = 0x08000000;

@@ -1,8 +1,7 @@
 // The device's 2-D blit library, opened by name: its records byte by byte, and its entry points as
-// this library calls them. Every status is 0 on success.
+// this library calls them. This library writes the records, the blit library reads them. Every
+// status is 0 on success.
 #pragma once
-
-#include <lx2/PixFormat.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -23,35 +22,17 @@ constexpr uint32_t kCreateYuv = 27;
 
 constexpr uint32_t kMapFlags = 3;
 
-struct ColorCode {
-    uint32_t format;  // a PixFormat value
-    uint32_t code;    // 0x00800000 marks a compressed layout
-};
-constexpr uint32_t kUnknownCode = 0xFFFFFFFF;
-
-// The two linear semi-planar formats share a code: they differ in strides and addresses only.
-constexpr ColorCode kColorCodes[] = {
-    {PixFormat::RGBA8888, 0xA14},
-    {PixFormat::RGBA8888_CMPX, 0x800A14},
-    {PixFormat::I420, 0xAD},
-    {PixFormat::NV12, 0x98},
-    {PixFormat::MIREL_NV12, 0x98},
-    {PixFormat::YV12, 0xAC},
-    {PixFormat::MIREL_NV12_CMPX, 0x800098},
-    {PixFormat::MIREL_TP10, 0x8000BF},
-};
-
-constexpr uint32_t ColorCodeOf(uint32_t format) {
-    for (const ColorCode& row : kColorCodes) {
-        if (row.format == format)
-            return row.code;
-    }
-    return kUnknownCode;
-}
+// Color codes. The linear semi-planar formats share one: they differ in strides and addresses only.
+constexpr uint32_t kCodeRgba = 0xA14;
+constexpr uint32_t kCodeSemiPlanar = 0x98;
+constexpr uint32_t kCodePlanarCrFirst = 0xAC;
+constexpr uint32_t kCodePlanarCbFirst = 0xAD;
+constexpr uint32_t kCodePacked10Bit = 0xBF;
+constexpr uint32_t kCodeCompressed = 0x800000;  // added to the layout that is compressed
 
 // The codes of three separate planes, which differ in their last bit.
 constexpr bool IsPlanar(uint32_t code) {
-    return (code & ~1u) == 0xAC;
+    return (code & ~1u) == kCodePlanarCrFirst;
 }
 
 struct Plane {

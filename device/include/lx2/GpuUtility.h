@@ -1,5 +1,5 @@
 // The device's GPU utility library, opened by name: the one place that knows how a 32-bit RGBA
-// surface is aligned.
+// surface is aligned. It writes both results; this library reads them.
 #pragma once
 
 #include <cstdint>
