@@ -216,11 +216,10 @@ std::shared_ptr<LX2Buffer> Component::allocate(const DecodedFrame& frame) {
     }
 }
 
+// The hardware writes through its own mapping: the CPU has no part in it.
 bool Component::fill(const std::shared_ptr<LX2Buffer>& buffer, const DecodedFrame& frame) {
-    auto mapping = buffer->graphic()->map();
-    return mapping != nullptr && mapping->data() != nullptr &&
-           host::WriteFrame(mapping->data() + buffer->graphic()->offset(), mapping->size(),
-                            buffer->graphic()->format(), frame.picture);
+    const LX2Buffer::Graphic& view = *buffer->graphic();
+    return host::WriteFrame(view.fd(), view.offset(), view.format(), frame.picture);
 }
 
 Promise Component::annotate(const std::shared_ptr<LX2Buffer>& buffer, const DecodedFrame& frame) {

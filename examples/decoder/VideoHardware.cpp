@@ -137,32 +137,17 @@ CodedColor ColorOf(const AVFrame& frame) {
     return color;
 }
 
-// 4:2:0 planes of one or, little-endian, two bytes a sample.
-void CopyPlane(const AVFrame& frame, int plane, uint32_t width, uint32_t height, bool wide,
-               std::vector<uint16_t>* out) {
-    out->resize(size_t{width} * height);
-    uint16_t* to = out->data();
-    for (uint32_t row = 0; row < height; ++row, to += width) {
-        const uint8_t* from =
-            frame.data[plane] + static_cast<ptrdiff_t>(row) * frame.linesize[plane];
-        if (wide)
-            memcpy(to, from, size_t{width} * 2);
-        else
-            for (uint32_t i = 0; i < width; ++i)
-                to[i] = from[i];
-    }
-}
-
-bool CopyPicture(const AVFrame& frame, host::Frame* picture) {
+// False for a picture that is not 4:2:0 of 8 or 10 bit.
+bool ViewPicture(const AVFrame& frame, host::PictureView* picture) {
     const bool eight = frame.format == AV_PIX_FMT_YUV420P || frame.format == AV_PIX_FMT_YUVJ420P;
     if (!eight && frame.format != AV_PIX_FMT_YUV420P10LE)
         return false;
     picture->width = static_cast<uint32_t>(frame.width);
     picture->height = static_cast<uint32_t>(frame.height);
     picture->bitDepth = eight ? 8 : 10;
-    CopyPlane(frame, 0, picture->width, picture->height, !eight, &picture->y);
-    CopyPlane(frame, 1, picture->chromaWidth(), picture->chromaHeight(), !eight, &picture->cb);
-    CopyPlane(frame, 2, picture->chromaWidth(), picture->chromaHeight(), !eight, &picture->cr);
+    picture->sampleBytes = eight ? 1 : 2;
+    for (size_t i = 0; i < picture->planes.size(); ++i)
+        picture->planes[i] = {frame.data[i], frame.linesize[i]};
     return true;
 }
 
@@ -219,7 +204,7 @@ std::optional<DecodedFrame> VideoHardware::nextFrame(std::string* error) {
         return std::nullopt;
     }
     DecodedFrame frame;
-    if (!CopyPicture(*mFrame, &frame.picture)) {
+    if (!ViewPicture(*mFrame, &frame.picture)) {
         const char* name = av_get_pix_fmt_name(static_cast<AVPixelFormat>(mFrame->format));
         *error = std::string("pixel format ") + (name != nullptr ? name : "unknown") +
                  " is not 4:2:0 of 8 or 10 bit";
@@ -230,7 +215,8 @@ std::optional<DecodedFrame> VideoHardware::nextFrame(std::string* error) {
     frame.keyFrame = mFrame->key_frame != 0;
     frame.corrupt = (mFrame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || mFrame->decode_error_flags != 0;
     frame.color = ColorOf(*mFrame);
-    av_frame_unref(mFrame.get());
+    frame.owner = {mFrame.release(), Free()};
+    mFrame.reset(av_frame_alloc());
     return frame;
 }
 

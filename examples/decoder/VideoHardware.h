@@ -19,7 +19,8 @@ namespace lx2::example {
 enum class Codec { Avc, Hevc, Vp8, Vp9 };
 
 struct DecodedFrame {
-    host::Frame picture;
+    std::shared_ptr<const AVFrame> owner;  // of the picture's memory
+    host::PictureView picture;
     uint64_t timestamp = 0;
     bool keyFrame = false;
     bool corrupt = false;

@@ -5,13 +5,10 @@
 #include <lx2host/DmaBuf.h>
 #include <lx2host/VideoCore.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cinttypes>
-#include <cstdio>
 #include <cstring>
-#include <memory>
+#include <utility>
 #include <vector>
 
 namespace lx2::host {
@@ -63,39 +60,6 @@ bool IsMapped(const void* start, size_t length) {
     const uintptr_t size = address - first + length;
     std::vector<unsigned char> resident((size + page - 1) / page);
     return mincore(reinterpret_cast<void*>(first), size, resident.data()) == 0;
-}
-
-// Whether a range lies in one mapping of a file, and in the part of it that the file has.
-bool IsMappedFrom(int fd, const void* start, size_t length) {
-    struct stat file {};
-    const std::unique_ptr<FILE, int (*)(FILE*)> maps(fopen("/proc/self/maps", "re"), fclose);
-    if (maps == nullptr || fstat(fd, &file) != 0)
-        return false;
-    const uint64_t first = reinterpret_cast<uintptr_t>(start);
-    char line[512];
-    while (fgets(line, sizeof(line), maps.get()) != nullptr) {
-        uint64_t begin = 0, end = 0, offset = 0, inode = 0;
-        if (sscanf(line, "%" SCNx64 "-%" SCNx64 " %*s %" SCNx64 " %*s %" SCNu64, &begin, &end,
-                   &offset, &inode) == 4 &&
-            inode == file.st_ino && first >= begin && first < end)
-            return length <= end - first &&
-                   offset + (first - begin) + length <= static_cast<uint64_t>(file.st_size);
-    }
-    return false;
-}
-
-// Of a DMA-BUF its own memory alone; other descriptors stand for any memory of the process.
-bool MayMap(int fd, const void* start, size_t length) {
-    return IsDmaBuf(fd) ? IsMappedFrom(fd, start, length) : IsMapped(start, length);
-}
-
-void CopyPixels(const uint8_t* from, const PlaneLayout& source, uint8_t* to,
-                const PlaneLayout& target) {
-    std::vector<uint16_t> row(source.values());
-    for (uint32_t y = 0; y < source.height; ++y) {
-        source.read(from, y, row.data());
-        target.write(to, y, row.data());
-    }
 }
 
 }  // namespace
@@ -155,12 +119,23 @@ int32_t Blitter::map(int fd, void* cpu, size_t length, uint32_t flags, uint64_t*
     if (cpu == nullptr || length == 0 || flags != blit::kMapFlags || gpu == nullptr ||
         fcntl(fd, F_GETFD) < 0)
         return kBlitBadArgument;
-    if (!MayMap(fd, cpu, length))
+    Mapping mapping;
+    mapping.cpu = mapping.bytes = static_cast<uint8_t*>(cpu);
+    mapping.length = length;
+    // Of a DMA-BUF its own memory alone; other descriptors stand for any memory of the process.
+    if (IsDmaBuf(fd)) {
+        mapping.memory = HardwareMemory::Of(fd);
+        const auto offset = OffsetInDmaBuf(fd, cpu, length);
+        if (mapping.memory == nullptr || !offset || *offset + length > mapping.memory->size())
+            return kBlitBadAddress;
+        mapping.bytes = mapping.memory->data() + *offset;
+    } else if (!IsMapped(cpu, length)) {
         return kBlitBadAddress;
+    }
     constexpr uint64_t kPage = 4096;
     std::lock_guard<std::mutex> guard(mLock);
     *gpu = mNextAddress;
-    mMappings[*gpu] = {static_cast<uint8_t*>(cpu), length};
+    mMappings[*gpu] = std::move(mapping);
     // An unused page keeps neighbours apart.
     mNextAddress += geometry::Align<uint64_t>(length, kPage) + kPage;
     return kBlitOk;
@@ -200,7 +175,7 @@ std::optional<Blitter::Target> Blitter::resolve(const Surface& surface) const {
     const auto layout = LayoutAt(surface.format, surface.def.width, surface.def.height, placements);
     if (!layout || layout->end() > mapping->length)
         return std::nullopt;
-    return Target{mapping->cpu, *layout};
+    return Target{mapping->bytes, *layout};
 }
 
 int32_t Blitter::draw(uint32_t target, const blit::BlitObject* objects, uint32_t count) {
@@ -220,13 +195,7 @@ int32_t Blitter::draw(uint32_t target, const blit::BlitObject* objects, uint32_t
     const auto destination = resolve(*to);
     if (!source || !destination)
         return kBlitBadAddress;
-    // Between RGB formats the alpha channel goes along, which a frame has not.
-    if (geometry::IsRgb(from->format) && geometry::IsRgb(to->format))
-        CopyPixels(source->memory, source->layout.planes[0], destination->memory,
-                   destination->layout.planes[0]);
-    else
-        WriteFrame(destination->memory, destination->layout,
-                   ReadFrame(source->memory, source->layout));
+    CopyFrame(source->memory, source->layout, destination->memory, destination->layout);
     return kBlitOk;
 }
 

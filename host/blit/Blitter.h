@@ -4,8 +4,10 @@
 
 #include <lx2device/BlitLibrary.h>
 #include <lx2host/FrameLayout.h>
+#include <lx2host/HardwareMemory.h>
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -37,8 +39,10 @@ class Blitter {
         blit::SurfaceDef def{};
     };
     struct Mapping {
-        uint8_t* cpu = nullptr;
+        const uint8_t* cpu = nullptr;  // what the caller calls it
+        uint8_t* bytes = nullptr;      // where the blitter has it
         size_t length = 0;
+        std::shared_ptr<HardwareMemory> memory;  // of a DMA-BUF
     };
     // A surface's frame in mapped memory.
     struct Target {

@@ -1,8 +1,7 @@
 #include <PrivateRecord.h>
 #include <lx2device/DisplayMetadataLibrary.h>
 #include <lx2host/DisplayMetadata.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
+#include <lx2host/HardwareMemory.h>
 
 #include <cerrno>
 #include <cstring>
@@ -47,29 +46,6 @@ const Slot* SlotOf(int type) {
     return nullptr;
 }
 
-// A buffer's metadata memory while it is mapped.
-class Mapped {
-  public:
-    explicit Mapped(int fd) {
-        struct stat status;
-        if (fstat(fd, &status) != 0 || status.st_size < static_cast<off_t>(kMetadataSize))
-            return;
-        void* memory = mmap(nullptr, kMetadataSize, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-        mMemory = memory == MAP_FAILED ? nullptr : static_cast<uint8_t*>(memory);
-    }
-    ~Mapped() {
-        if (mMemory != nullptr)
-            munmap(mMemory, kMetadataSize);
-    }
-    Mapped(const Mapped&) = delete;
-    Mapped& operator=(const Mapped&) = delete;
-
-    uint8_t* memory() const { return mMemory; }
-
-  private:
-    uint8_t* mMemory = nullptr;
-};
-
 int Get(uint8_t* memory, const Slot& slot, void* data) {
     uint32_t set;
     memcpy(&set, memory + slot.offset, sizeof(set));
@@ -93,8 +69,10 @@ int WithRecord(void* handle, int type, void* data, int (*action)(uint8_t*, const
         return -EINVAL;
     static std::mutex lock;
     std::lock_guard<std::mutex> guard(lock);
-    const Mapped mapped(record->metadataFd);
-    return mapped.memory() != nullptr ? action(mapped.memory(), *slot, data) : -EIO;
+    const auto memory = HardwareMemory::Of(record->metadataFd);
+    return memory != nullptr && memory->size() >= kMetadataSize
+               ? action(memory->data(), *slot, data)
+               : -EIO;
 }
 
 }  // namespace

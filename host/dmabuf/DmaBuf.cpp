@@ -78,28 +78,6 @@ int Sync(int fd, const dma_buf_sync* sync) {
     return 0;
 }
 
-// Whether a range of a file lies in the pages that it has.
-bool IsBehind(int fd, size_t length, off_t offset) {
-    constexpr uint64_t kPage = 4096;
-    struct stat info;
-    if (fstat(fd, &info) != 0 || offset < 0)
-        return false;
-    const uint64_t end = (static_cast<uint64_t>(info.st_size) + kPage - 1) / kPage * kPage;
-    return static_cast<uint64_t>(offset) <= end && length <= end - static_cast<uint64_t>(offset);
-}
-
-void* Map(void* address, size_t length, int protection, int flags, int fd, off_t offset) {
-    if (fd >= 0 && (flags & MAP_ANONYMOUS) == 0 && IsDmaBuf(fd)) {
-        if (!IsBehind(fd, length, offset)) {
-            errno = EINVAL;
-            return MAP_FAILED;
-        }
-        flags |= MAP_POPULATE;
-    }
-    return reinterpret_cast<void*>(
-        syscall(SYS_mmap, address, length, protection, flags, fd, offset));
-}
-
 }  // namespace
 
 int AllocateDmaBuf(size_t size) {
@@ -144,10 +122,8 @@ void SetSyncHook(SyncHook hook) {
 }  // namespace lx2::host
 
 // Found by the dynamic linker before the C library's, since this library is loaded before that one.
-// A sanitizer's are found before these, and call them.
-extern "C" {
-
-LX2_HOST_API int ioctl(int fd, unsigned long request, ...) noexcept {
+// A sanitizer's is found before this one, and calls it.
+extern "C" LX2_HOST_API int ioctl(int fd, unsigned long request, ...) noexcept {
     va_list args;
     va_start(args, request);
     void* argument = va_arg(args, void*);
@@ -156,15 +132,3 @@ LX2_HOST_API int ioctl(int fd, unsigned long request, ...) noexcept {
         return lx2::host::Sync(fd, static_cast<const dma_buf_sync*>(argument));
     return static_cast<int>(syscall(SYS_ioctl, fd, request, argument));
 }
-
-LX2_HOST_API void* mmap(void* address, size_t length, int protection, int flags, int fd,
-                        off_t offset) noexcept {
-    return lx2::host::Map(address, length, protection, flags, fd, offset);
-}
-
-LX2_HOST_API void* mmap64(void* address, size_t length, int protection, int flags, int fd,
-                          off64_t offset) noexcept {
-    return lx2::host::Map(address, length, protection, flags, fd, offset);
-}
-
-}  // extern "C"

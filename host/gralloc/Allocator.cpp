@@ -4,6 +4,7 @@
 #include <lx2host/DmaBuf.h>
 #include <lx2host/FrameLayout.h>
 #include <lx2host/Gralloc.h>
+#include <lx2host/HardwareMemory.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -32,8 +33,11 @@ uint64_t NextId() {
 class GrallocAllocation : public C2GraphicAllocation {
   public:
     GrallocAllocation(uint32_t width, uint32_t height, C2Handle* handle)
-        : C2GraphicAllocation(width, height), mHandle(handle) {}
+        : C2GraphicAllocation(width, height), mHandle(handle) {
+        HardwareMemory::Hold(mHandle);
+    }
     ~GrallocAllocation() override {
+        HardwareMemory::Drop(mHandle);
         native_handle_close(mHandle);
         native_handle_delete(mHandle);
     }

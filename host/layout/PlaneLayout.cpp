@@ -13,21 +13,41 @@ constexpr uint8_t kTileWritten = 1;
 constexpr uint32_t kMask10 = 0x3FF;
 
 void Unpack(const uint8_t* from, uint16_t* values, uint32_t count) {
-    for (uint32_t done = 0; done < count; from += 4) {
+    for (; count > 0; from += 4) {
         uint32_t word;
         memcpy(&word, from, sizeof(word));
-        for (uint32_t shift = 0; shift < 30 && done < count; shift += 10)
-            values[done++] = static_cast<uint16_t>(word >> shift & kMask10);
+        const uint32_t here = std::min(count, 3u);
+        for (uint32_t i = 0; i < here; ++i)
+            *values++ = static_cast<uint16_t>(word >> 10 * i & kMask10);
+        count -= here;
     }
 }
 
 void Pack(const uint16_t* values, uint32_t count, uint8_t* to) {
-    for (uint32_t done = 0; done < count; to += 4) {
+    for (; count > 0; to += 4) {
+        const uint32_t here = std::min(count, 3u);
         uint32_t word = 0;
-        for (uint32_t shift = 0; shift < 30 && done < count; shift += 10)
-            word |= (values[done++] & kMask10) << shift;
+        for (uint32_t i = 0; i < here; ++i)
+            word |= (*values++ & kMask10) << 10 * i;
         memcpy(to, &word, sizeof(word));
+        count -= here;
     }
+}
+
+// Pieces of a row, kPiece bytes of each tile: copies of a fixed size, which take one or two
+// instructions each.
+template <uint32_t kPiece>
+void Gather(const uint8_t* tiles, uint8_t* row, uint32_t count) {
+    for (; count >= kPiece; count -= kPiece, row += kPiece, tiles += PlaneLayout::kTileSize)
+        memcpy(row, tiles, kPiece);
+    memcpy(row, tiles, count);
+}
+
+template <uint32_t kPiece>
+void Scatter(const uint8_t* row, uint8_t* tiles, uint32_t count) {
+    for (; count >= kPiece; count -= kPiece, row += kPiece, tiles += PlaneLayout::kTileSize)
+        memcpy(tiles, row, kPiece);
+    memcpy(tiles, row, count);
 }
 
 // Calls run(byte offset in the frame, first value, number of values) for each stretch of a row
@@ -93,6 +113,41 @@ void PlaneLayout::write(uint8_t* frame, uint32_t row, const uint16_t* values) co
             std::transform(values + first, values + first + count, frame + at,
                            [](uint16_t value) { return static_cast<uint8_t>(value); });
     });
+    markWritten(frame, row);
+}
+
+void PlaneLayout::read(const uint8_t* frame, uint32_t row, uint8_t* values) const {
+    const uint8_t* from = frame + byteAt(0, row);
+    switch (tileBytes) {
+        case 0:
+            memcpy(values, from, rowBytes());
+            break;
+        case 32:
+            Gather<32>(from, values, rowBytes());
+            break;
+        default:
+            Gather<64>(from, values, rowBytes());
+            break;
+    }
+}
+
+void PlaneLayout::write(uint8_t* frame, uint32_t row, const uint8_t* values) const {
+    uint8_t* to = frame + byteAt(0, row);
+    switch (tileBytes) {
+        case 0:
+            memcpy(to, values, rowBytes());
+            break;
+        case 32:
+            Scatter<32>(values, to, rowBytes());
+            break;
+        default:
+            Scatter<64>(values, to, rowBytes());
+            break;
+    }
+    markWritten(frame, row);
+}
+
+void PlaneLayout::markWritten(uint8_t* frame, uint32_t row) const {
     if (isTiled())
         std::fill_n(frame + metadataAt(0, row), (rowBytes() - 1) / tileBytes + 1, kTileWritten);
 }

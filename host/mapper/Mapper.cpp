@@ -1,4 +1,5 @@
 #include <PrivateRecord.h>
+#include <lx2host/HardwareMemory.h>
 #include <lx2host/Mapper.h>
 
 #include <mutex>
@@ -48,6 +49,7 @@ class Mapper : public IMapper {
                 return Error::BAD_BUFFER;
         }
         auto* handle = static_cast<native_handle_t*>(buffer);
+        HardwareMemory::Drop(handle);
         native_handle_close(handle);
         native_handle_delete(handle);
         return Error::NONE;
@@ -65,6 +67,7 @@ class Mapper : public IMapper {
         *imported = native_handle_clone(handle);
         if (*imported == nullptr)
             return Error::NO_RESOURCES;
+        HardwareMemory::Hold(*imported);
         state.imports.insert(*imported);
         return Error::NONE;
     }

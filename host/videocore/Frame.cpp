@@ -35,6 +35,18 @@ Frame Frame::withBitDepth(uint32_t depth) const {
     return result;
 }
 
+PictureView Frame::view() const {
+    const auto plane = [](const std::vector<uint16_t>& values, uint32_t row) {
+        return PictureView::Plane{reinterpret_cast<const uint8_t*>(values.data()),
+                                  static_cast<ptrdiff_t>(row * sizeof(uint16_t))};
+    };
+    return {width,
+            height,
+            bitDepth,
+            sizeof(uint16_t),
+            {{plane(y, width), plane(cb, chromaWidth()), plane(cr, chromaWidth())}}};
+}
+
 bool Frame::operator==(const Frame& other) const {
     return width == other.width && height == other.height && bitDepth == other.bitDepth &&
            y == other.y && cb == other.cb && cr == other.cr;

@@ -1,186 +1,164 @@
 #include <lx2/FrameGeometry.h>
 #include <lx2host/FrameLayout.h>
+#include <lx2host/HardwareMemory.h>
 #include <lx2host/VideoCore.h>
 
 #include <algorithm>
+#include <cstring>
 
-#include "Bt601.h"
+#include "Strips.h"
 
 namespace lx2::host {
 
 namespace {
 
-constexpr uint32_t kOpaque = 255;
-
 bool IsComplete(const Frame& frame) {
     const size_t chroma = size_t{frame.chromaWidth()} * frame.chromaHeight();
-    return (frame.bitDepth == 8 || frame.bitDepth == 10) &&
-           frame.y.size() == size_t{frame.width} * frame.height && frame.cb.size() == chroma &&
+    return frame.y.size() == size_t{frame.width} * frame.height && frame.cb.size() == chroma &&
            frame.cr.size() == chroma;
 }
 
-const std::vector<uint16_t>& Channel(const Frame& frame, uint32_t channel) {
-    return channel == 0 ? frame.y : channel == 1 ? frame.cb : frame.cr;
+bool IsKnown(const PictureView& picture) {
+    return picture.bitDepth == 8 ? picture.sampleBytes == 1 || picture.sampleBytes == 2
+                                 : picture.bitDepth == 10 && picture.sampleBytes == 2;
 }
 
-std::vector<uint16_t>& Channel(Frame* frame, uint32_t channel) {
-    return const_cast<std::vector<uint16_t>&>(Channel(*frame, channel));
+// The rows of a picture from one with an even number on, two or the last one.
+PictureView StripOf(const PictureView& picture, uint32_t row) {
+    PictureView strip = picture;
+    strip.height = std::min(2u, picture.height - row);
+    for (uint32_t i = 0; i < strip.planes.size(); ++i)
+        strip.planes[i].data +=
+            static_cast<ptrdiff_t>(i == 0 ? row : row / 2) * strip.planes[i].pitch;
+    return strip;
 }
 
-uint32_t ChannelWidth(const Frame& frame, uint32_t channel) {
-    return channel == 0 ? frame.width : frame.chromaWidth();
+template <typename Sample>
+void WriteStrips(uint8_t* memory, const FrameLayout& layout, const PictureView& picture) {
+    StripWriter<Sample> writer(memory, layout);
+    for (uint32_t row = 0; row < picture.height; row += 2)
+        writer.write(row, StripOf(picture, row));
 }
 
-// One row of a plane with the channels that lie in it.
-struct PlaneRow {
-    PlaneRow(const FrameLayout& layout, uint32_t index)
-        : frame(layout), number(index), plane(layout.planes[index]), values(plane.values()) {}
+void Write(uint8_t* memory, const FrameLayout& layout, const PictureView& picture) {
+    if (layout.bitDepth == 8)
+        WriteStrips<uint8_t>(memory, layout, picture);
+    else
+        WriteStrips<uint16_t>(memory, layout, picture);
+}
 
-    template <typename Each>  // each(channel, position of its first value in the row)
-    void forEachChannel(Each each) const {
-        for (uint32_t channel = 0; channel < frame.channels.size(); ++channel) {
-            if (frame.channels[channel].plane == number)
-                each(channel, frame.channels[channel].channel);
-        }
+template <typename Sample>
+void CopyRow(const PictureView& strip, uint32_t plane, uint32_t row, uint16_t* to, uint32_t count) {
+    const auto* from = reinterpret_cast<const Sample*>(
+        strip.planes[plane].data + static_cast<ptrdiff_t>(row) * strip.planes[plane].pitch);
+    std::copy_n(from, count, to);
+}
+
+template <typename Sample>
+void ReadStrips(const uint8_t* memory, const FrameLayout& layout, Frame* frame) {
+    StripReader<Sample> reader(memory, layout);
+    const uint32_t chroma = frame->chromaWidth();
+    for (uint32_t row = 0; row < frame->height; row += 2) {
+        const PictureView strip = reader.read(row);
+        for (uint32_t i = 0; i < strip.height; ++i)
+            CopyRow<Sample>(strip, 0, i, &frame->y[size_t{row + i} * frame->width], frame->width);
+        CopyRow<Sample>(strip, 1, 0, &frame->cb[size_t{row / 2} * chroma], chroma);
+        CopyRow<Sample>(strip, 2, 0, &frame->cr[size_t{row / 2} * chroma], chroma);
     }
+}
 
-    const FrameLayout& frame;
-    uint32_t number;
-    const PlaneLayout& plane;
-    std::vector<uint16_t> values;
+template <typename From, typename To>
+void CopyStrips(const uint8_t* from, const FrameLayout& source, uint8_t* to,
+                const FrameLayout& target) {
+    StripReader<From> reader(from, source);
+    StripWriter<To> writer(to, target);
+    for (uint32_t row = 0; row < source.height; row += 2)
+        writer.write(row, reader.read(row));
+}
+
+// Planes that differ in where their rows lie, but not in what is in them.
+bool AreAlike(const FrameLayout& a, const FrameLayout& b) {
+    for (uint32_t i = 0; i < a.planes.size(); ++i) {
+        const PlaneLayout &left = a.planes[i], &right = b.planes[i];
+        if (left.width != right.width || left.height != right.height ||
+            left.channels != right.channels || left.packed != right.packed ||
+            a.channels[i].plane != b.channels[i].plane)
+            return false;
+    }
+    return a.planeCount == b.planeCount;
+}
+
+template <typename Value>
+void CopyPlane(const uint8_t* from, const PlaneLayout& source, uint8_t* to,
+               const PlaneLayout& target) {
+    std::vector<Value> row(source.values());
+    for (uint32_t y = 0; y < source.height; ++y) {
+        source.read(from, y, row.data());
+        target.write(to, y, row.data());
+    }
+}
+
+// What the hardware sees from an offset on; nothing if that is not there.
+struct Window {
+    Window(int fd, uint32_t offset) : memory(HardwareMemory::Of(fd)) {
+        if (memory == nullptr || offset > memory->size())
+            return;
+        base = memory->data() + offset;
+        size = memory->size() - offset;
+    }
+    std::shared_ptr<HardwareMemory> memory;
+    uint8_t* base = nullptr;
+    size_t size = 0;
 };
 
-void WriteYuv(uint8_t* memory, const FrameLayout& layout, const Frame& frame) {
-    for (uint32_t index = 0; index < layout.planeCount; ++index) {
-        PlaneRow row(layout, index);
-        const PlaneLayout& plane = row.plane;
-        for (uint32_t y = 0; y < plane.height; ++y) {
-            row.forEachChannel([&](uint32_t channel, uint32_t first) {
-                const uint16_t* from =
-                    Channel(frame, channel).data() + size_t{y} * ChannelWidth(frame, channel);
-                for (uint32_t x = 0; x < plane.width; ++x)
-                    row.values[x * plane.channels + first] = from[x];
-            });
-            plane.write(memory, y, row.values.data());
-        }
-    }
-}
-
-// Fills what the plane does not have from its last column and row.
-void Extend(std::vector<uint16_t>* values, uint32_t width, uint32_t height, uint32_t haveWidth,
-            uint32_t haveHeight) {
-    if (haveWidth == 0 || haveHeight == 0)
-        return;
-    for (uint32_t y = 0; y < haveHeight && haveWidth < width; ++y)
-        (*values)[size_t{y} * width + haveWidth] = (*values)[size_t{y} * width + haveWidth - 1];
-    if (haveHeight < height)
-        std::copy_n(values->begin() + size_t{haveHeight - 1} * width, width,
-                    values->begin() + size_t{haveHeight} * width);
-}
-
-void ReadYuv(const uint8_t* memory, const FrameLayout& layout, Frame* frame) {
-    for (uint32_t index = 0; index < layout.planeCount; ++index) {
-        PlaneRow row(layout, index);
-        const PlaneLayout& plane = row.plane;
-        for (uint32_t y = 0; y < plane.height; ++y) {
-            plane.read(memory, y, row.values.data());
-            row.forEachChannel([&](uint32_t channel, uint32_t first) {
-                uint16_t* to =
-                    Channel(frame, channel).data() + size_t{y} * ChannelWidth(*frame, channel);
-                for (uint32_t x = 0; x < plane.width; ++x)
-                    to[x] = row.values[x * plane.channels + first];
-            });
-        }
-        row.forEachChannel([&](uint32_t channel, uint32_t) {
-            if (channel != 0)
-                Extend(&Channel(frame, channel), frame->chromaWidth(), frame->chromaHeight(),
-                       plane.width, plane.height);
-        });
-    }
-}
-
-void WriteRgba(uint8_t* memory, const PlaneLayout& plane, const Frame& frame) {
-    std::vector<uint16_t> row(plane.values());
-    for (uint32_t y = 0; y < frame.height; ++y) {
-        const uint16_t* luma = frame.y.data() + size_t{y} * frame.width;
-        const size_t chroma = size_t{y / 2} * frame.chromaWidth();
-        for (uint32_t x = 0; x < frame.width; ++x) {
-            const bt601::Rgb rgb =
-                bt601::ToRgb({luma[x], frame.cb[chroma + x / 2], frame.cr[chroma + x / 2]});
-            uint16_t* pixel = &row[size_t{x} * 4];
-            pixel[0] = static_cast<uint16_t>(rgb.r);
-            pixel[1] = static_cast<uint16_t>(rgb.g);
-            pixel[2] = static_cast<uint16_t>(rgb.b);
-            pixel[3] = kOpaque;
-        }
-        plane.write(memory, y, row.data());
-    }
-}
-
-// Two rows of pixels, or the last one alone.
-void ReadRgbaRows(const std::vector<uint16_t> (&rows)[2], uint32_t count, uint32_t y,
-                  Frame* frame) {
-    for (uint32_t i = 0; i < count; ++i) {
-        for (uint32_t x = 0; x < frame->width; ++x) {
-            const uint16_t* pixel = &rows[i][size_t{x} * 4];
-            frame->y[size_t{y + i} * frame->width + x] =
-                static_cast<uint16_t>(bt601::Luma({pixel[0], pixel[1], pixel[2]}));
-        }
-    }
-    for (uint32_t x = 0; x < frame->chromaWidth(); ++x) {
-        const uint32_t columns = std::min<uint32_t>(2, frame->width - 2 * x);
-        bt601::Rgb sum{0, 0, 0};
-        for (uint32_t i = 0; i < count; ++i) {
-            for (uint32_t column = 0; column < columns; ++column) {
-                const uint16_t* pixel = &rows[i][(size_t{x} * 2 + column) * 4];
-                sum = {sum.r + pixel[0], sum.g + pixel[1], sum.b + pixel[2]};
-            }
-        }
-        const bt601::Yuv chroma = bt601::Chroma(sum, static_cast<int>(count * columns));
-        const size_t at = size_t{y / 2} * frame->chromaWidth() + x;
-        frame->cb[at] = static_cast<uint16_t>(chroma.cb);
-        frame->cr[at] = static_cast<uint16_t>(chroma.cr);
-    }
-}
-
-void ReadRgba(const uint8_t* memory, const PlaneLayout& plane, Frame* frame) {
-    std::vector<uint16_t> rows[2];
-    rows[0].resize(plane.values());
-    rows[1].resize(plane.values());
-    for (uint32_t y = 0; y < plane.height; y += 2) {
-        const uint32_t count = std::min<uint32_t>(2, plane.height - y);
-        for (uint32_t i = 0; i < count; ++i)
-            plane.read(memory, y + i, rows[i].data());
-        ReadRgbaRows(rows, count, y, frame);
-    }
+bool WriteWithin(uint8_t* base, size_t size, uint32_t format, const PictureView& picture) {
+    const auto layout = LayoutOf(format, picture.width, picture.height);
+    if (base == nullptr || !layout || layout->end() > size || !IsKnown(picture))
+        return false;
+    Write(base, *layout, picture);
+    return true;
 }
 
 }  // namespace
 
 void WriteFrame(uint8_t* memory, const FrameLayout& layout, const Frame& frame) {
-    if (frame.bitDepth != layout.bitDepth)
-        WriteFrame(memory, layout, frame.withBitDepth(layout.bitDepth));
-    else if (geometry::IsRgb(layout.format))
-        WriteRgba(memory, layout.planes[0], frame);
-    else
-        WriteYuv(memory, layout, frame);
+    Write(memory, layout, frame.view());
 }
 
 Frame ReadFrame(const uint8_t* memory, const FrameLayout& layout) {
     Frame frame(layout.width, layout.height, layout.bitDepth);
-    if (geometry::IsRgb(layout.format))
-        ReadRgba(memory, layout.planes[0], &frame);
+    if (layout.bitDepth == 8)
+        ReadStrips<uint8_t>(memory, layout, &frame);
     else
-        ReadYuv(memory, layout, &frame);
+        ReadStrips<uint16_t>(memory, layout, &frame);
     return frame;
 }
 
+void CopyFrame(const uint8_t* from, const FrameLayout& source, uint8_t* to,
+               const FrameLayout& target) {
+    if (AreAlike(source, target)) {
+        for (uint32_t i = 0; i < source.planeCount; ++i) {
+            if (source.planes[i].packed)
+                CopyPlane<uint16_t>(from, source.planes[i], to, target.planes[i]);
+            else
+                CopyPlane<uint8_t>(from, source.planes[i], to, target.planes[i]);
+        }
+    } else if (source.bitDepth == 8) {
+        target.bitDepth == 8 ? CopyStrips<uint8_t, uint8_t>(from, source, to, target)
+                             : CopyStrips<uint8_t, uint16_t>(from, source, to, target);
+    } else {
+        target.bitDepth == 8 ? CopyStrips<uint16_t, uint8_t>(from, source, to, target)
+                             : CopyStrips<uint16_t, uint16_t>(from, source, to, target);
+    }
+}
+
 bool WriteFrame(uint8_t* base, size_t size, uint32_t format, const Frame& frame) {
-    const auto layout = LayoutOf(format, frame.width, frame.height);
-    if (base == nullptr || !layout || layout->end() > size || !IsComplete(frame))
-        return false;
-    WriteFrame(base, *layout, frame);
-    return true;
+    return IsComplete(frame) && WriteWithin(base, size, format, frame.view());
+}
+
+bool WriteFrame(int fd, uint32_t offset, uint32_t format, const PictureView& picture) {
+    const Window window(fd, offset);
+    return WriteWithin(window.base, window.size, format, picture);
 }
 
 std::optional<Frame> ReadFrame(const uint8_t* base, size_t size, uint32_t format, uint32_t width,
@@ -189,6 +167,12 @@ std::optional<Frame> ReadFrame(const uint8_t* base, size_t size, uint32_t format
     if (base == nullptr || !layout || layout->end() > size)
         return std::nullopt;
     return ReadFrame(base, *layout);
+}
+
+std::optional<Frame> ReadFrame(int fd, uint32_t offset, uint32_t format, uint32_t width,
+                               uint32_t height) {
+    const Window window(fd, offset);
+    return ReadFrame(window.base, window.size, format, width, height);
 }
 
 }  // namespace lx2::host

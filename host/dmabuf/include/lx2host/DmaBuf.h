@@ -3,13 +3,15 @@
 // The memory comes from memfd_create, so it is truly shared: written through one mapping, read
 // through another, in another process too once the descriptor is passed on. Such memory doesn't
 // answer DMA_BUF_IOCTL_SYNC, and its pages come one by one as they are touched. So the host library
-// exports an ioctl that answers for this memory and an mmap that puts all pages in place at once
-// and refuses, with EINVAL, what reaches beyond its last page; every other call goes to the kernel.
+// exports an ioctl that answers for this memory, and an mmap and munmap that put all pages in place
+// at once and refuse, with EINVAL, what reaches beyond its last page; every other call goes to the
+// kernel.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 #define LX2_HOST_API __attribute__((visibility("default")))
 
@@ -20,6 +22,10 @@ LX2_HOST_API int AllocateDmaBuf(size_t size);
 
 // Whether fd is such memory, whichever process allocated it.
 LX2_HOST_API bool IsDmaBuf(int fd);
+
+// Where a range of this process's addresses lies in the memory behind fd, in bytes; nothing unless
+// all of it is mapped from that memory in one piece.
+LX2_HOST_API std::optional<uint64_t> OffsetInDmaBuf(int fd, const void* start, size_t length);
 
 struct SyncCounts {
     uint64_t starts = 0;

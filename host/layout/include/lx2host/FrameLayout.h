@@ -62,6 +62,13 @@ struct LX2_HOST_API PlaneLayout {
     // Copies one row of values() values from or to the frame in memory.
     void read(const uint8_t* frame, uint32_t row, uint16_t* values) const;
     void write(uint8_t* frame, uint32_t row, const uint16_t* values) const;
+
+    // The same in bytes, for planes that are not packed.
+    void read(const uint8_t* frame, uint32_t row, uint8_t* values) const;
+    void write(uint8_t* frame, uint32_t row, const uint8_t* values) const;
+
+  private:
+    void markWritten(uint8_t* frame, uint32_t row) const;
 };
 
 // Where a plane begins and how long its rows are, in bytes. A compressed YUV plane begins with its

@@ -1,0 +1,270 @@
+// The stand-in hardware: how frames lie in memory, how it reaches that memory, and what the blitter
+// must refuse.
+#include <lx2/PixFormat.h>
+#include <lx2host/FrameLayout.h>
+#include <lx2host/HardwareMemory.h>
+#include <lx2host/VideoCore.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <random>
+
+#include "Blitter.h"
+#include "Blocks.h"
+#include "Fixture.h"
+
+namespace lx2::test {
+namespace {
+
+constexpr uint32_t kFormats[] = {PixFormat::RGBA8888,
+                                 PixFormat::RGBA8888_CMPX,
+                                 PixFormat::I420,
+                                 PixFormat::NV12,
+                                 PixFormat::YV12,
+                                 PixFormat::MIREL_NV12,
+                                 PixFormat::MIREL_NV12_CMPX,
+                                 PixFormat::MIREL_TP10};
+
+// Writes noise row by row in Values and checks it, value by value, where the description has it.
+template <typename Value>
+void ExpectRowsWhereDescribed(const host::PlaneLayout& plane, std::vector<uint8_t>* memory,
+                              std::vector<uint8_t>* taken) {
+    std::mt19937 random(plane.width);
+    std::vector<Value> written(plane.values()), read(plane.values());
+    std::vector<uint16_t> wide(plane.values());
+    for (uint32_t y = 0; y < plane.height; ++y) {
+        for (Value& value : written)
+            value = static_cast<Value>(random() & (plane.packed ? 0x3FF : 0xFF));
+        plane.write(memory->data(), y, written.data());
+        plane.read(memory->data(), y, read.data());
+        plane.read(memory->data(), y, wide.data());
+        ASSERT_EQ(read, written);
+        ASSERT_TRUE(std::equal(wide.begin(), wide.end(), written.begin()));
+        for (uint32_t i = 0; i < plane.values(); ++i) {
+            const uint64_t at = plane.valueAt(i / plane.channels, i % plane.channels, y);
+            uint32_t word = (*memory)[at];
+            if (plane.packed) {  // three values of ten bits share a word
+                memcpy(&word, &(*memory)[at], sizeof(word));
+                word = word >> i % 3 * 10 & 0x3FF;
+            }
+            ASSERT_EQ(word, written[i]) << i << "," << y;
+            ASSERT_LE(++taken->at(at), plane.packed ? 3 : 1) << i << "," << y;
+        }
+        for (uint32_t x = 0; plane.isTiled() && x < plane.rowBytes(); x += plane.tileBytes) {
+            const uint64_t at = plane.metadataAt(x, y);
+            ASSERT_EQ((*memory)[at], 1);
+            ASSERT_EQ(taken->at(at) & 0x7F, 0) << x << "," << y;
+            taken->at(at) = 0x80;
+        }
+    }
+}
+
+TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
+    for (uint32_t format : kFormats) {
+        for (const auto& [width, height] :
+             {std::pair(1u, 1u), {3u, 5u}, {33u, 9u}, {49u, 17u}, {200u, 131u}}) {
+            SCOPED_TRACE(std::string(PixFormat::Str(format)) + " " + std::to_string(width));
+            const auto layout = host::LayoutOf(format, width, height);
+            ASSERT_TRUE(layout);
+            const uint64_t size = host::AllocationOf(format, width, height).size;
+            std::vector<uint8_t> memory(size, 0xEE), taken(size);
+            ASSERT_LE(layout->end(), size);
+            for (uint32_t i = 0; i < layout->planeCount; ++i) {
+                if (layout->planes[i].packed)
+                    ExpectRowsWhereDescribed<uint16_t>(layout->planes[i], &memory, &taken);
+                else
+                    ExpectRowsWhereDescribed<uint8_t>(layout->planes[i], &memory, &taken);
+            }
+            for (uint64_t at = 0; layout->bitDepth == 8 && at < size; ++at)
+                ASSERT_TRUE(taken[at] != 0 || memory[at] == 0xEE) << at;
+        }
+    }
+    EXPECT_FALSE(host::LayoutOf(PixFormat::MIREL_P010, 64, 64));
+    EXPECT_FALSE(host::LayoutOf(PixFormat::NV12, 0, 64));
+    EXPECT_FALSE(host::LayoutOf(PixFormat::NV12, 0xFFFFFFFF, 64));
+}
+
+// Addresses worked out by hand from the tile shapes, for a frame of 200 x 131.
+TEST(FrameLayoutTest, PutsSamplesWhereTheTilingsSay) {
+    struct Row {
+        uint32_t format, plane, x, channel, y;
+        uint64_t at;
+    };
+    const Row rows[] = {
+        {PixFormat::YV12, 2, 0, 0, 1, 131 * 208 + 131 * 112 / 2 + 112},
+        {PixFormat::MIREL_NV12, 1, 7, 1, 2, 512 * 512 + 2 * 512 + 15},
+        // second row of tiles, third tile, row 3 of it, second pixel
+        {PixFormat::RGBA8888_CMPX, 0, 33, 2, 7, 4 * 896 + 2 * 256 + 3 * 64 + 4 + 2},
+        // 64 bytes a row and 32 rows of metadata in a page; tile 1, 1 of 32 x 8
+        {PixFormat::MIREL_NV12_CMPX, 0, 40, 0, 9, 4096 + 8 * 256 + 256 + 32 + 8},
+        {PixFormat::MIREL_NV12_CMPX, 1, 17, 1, 9, 4096 + 160 * 256 + 4096 + 8 * 256 + 256 + 32 + 3},
+        // 64 bytes a row and 48 rows of metadata in a page; tile 1, 1 of 48 x 4
+        {PixFormat::MIREL_TP10, 0, 52, 0, 5, 4096 + 4 * 512 + 256 + 64 + 4},
+        {PixFormat::MIREL_TP10, 1, 26, 0, 5, 4096 + 144 * 512 + 4096 + 4 * 512 + 256 + 64 + 4},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(host::LayoutOf(row.format, 200, 131)
+                      ->planes[row.plane]
+                      .valueAt(row.x, row.channel, row.y),
+                  row.at)
+            << PixFormat::Str(row.format) << " plane " << row.plane;
+}
+
+bool IsAnyMapped() {
+    std::ifstream maps("/proc/self/maps");
+    const std::string text{std::istreambuf_iterator<char>(maps), {}};
+    return text.find("lx2-dmabuf") != text.npos;
+}
+
+TEST(VideoCoreTest, KeepsOneMappingWhileAnyoneHoldsTheMemory) {
+    const host::Frame frame = host::TestFrame(200, 130, 10, 3);
+    for (uint32_t format : {PixFormat::MIREL_TP10, PixFormat::MIREL_NV12_CMPX}) {
+        const auto block = GraphicBlock(200, 130, format);
+        auto buffer = std::make_shared<LX2Buffer>(block);
+        EXPECT_TRUE(host::WriteFrame(buffer->graphic()->fd(), 0, format, frame.view()));
+        const int fd = block->handle()->data[0];
+        const auto* data = host::HardwareMemory::Of(fd)->data();
+        buffer.reset();
+        EXPECT_EQ(host::HardwareMemory::Of(fd)->data(), data);
+        const auto read = host::ReadFrame(fd, 0, format, 200, 130);
+        EXPECT_TRUE(read && *read == frame.withBitDepth(read->bitDepth));
+        EXPECT_FALSE(host::ReadFrame(fd, 1 << 16, format, 200, 130)) << "beyond the end";
+    }
+    EXPECT_FALSE(IsAnyMapped());
+}
+
+class BlitterTest : public ::testing::Test {
+  protected:
+    BlitterTest() {
+        EXPECT_EQ(blit.map(0, source.data(), source.size(), blit::kMapFlags, &sourceGpu), 0);
+        EXPECT_EQ(blit.map(0, target.data(), target.size(), blit::kMapFlags, &targetGpu), 0);
+    }
+    // NV12 of 64 x 64: 6144 bytes.
+    static blit::SurfaceDef def(std::vector<uint8_t>& memory, uint64_t gpu) {
+        const auto cpu = reinterpret_cast<uintptr_t>(memory.data());
+        return {0x98, 64, 64, 0, {{cpu, gpu, 64, 0}, {cpu + 4096, gpu + 4096, 64, 0}, {}}};
+    }
+
+    host::Blitter blit;
+    std::vector<uint8_t> source = std::vector<uint8_t>(8192, 1);
+    std::vector<uint8_t> target = std::vector<uint8_t>(8192, 2);
+    uint64_t sourceGpu = 0, targetGpu = 0;
+};
+
+TEST_F(BlitterTest, RefusesWhatDoesNotFitAndWritesNothing) {
+    struct Request {
+        blit::SurfaceDef from, to;
+        uint32_t object = 0;
+        uint32_t createType = blit::kCreateYuv;
+    };
+    const std::pair<const char*, std::function<void(Request&)>> rows[] = {
+        {"a source that is not mapped", [](Request& r) { r.from.planes[0].gpu = 0xAAAAAAAA; }},
+        {"pixels before the mapping", [](Request& r) { r.from.planes[0].cpu -= 1; }},
+        {"luma that reaches beyond it", [](Request& r) { r.to.planes[0].stride = 1024; }},
+        {"planes that the GPU sees elsewhere", [](Request& r) { r.from.planes[1].gpu += 64; }},
+        {"rows longer than their stride", [](Request& r) { r.from.planes[0].stride = 63; }},
+        {"an address that wraps", [](Request& r) { r.to.planes[1].cpu = ~uint64_t{0}; }},
+        {"a size beyond all bounds", [](Request& r) { r.from.height = r.to.height = 1u << 31; }},
+        {"scaling", [](Request& r) { r.to.height = 32; }},
+        {"an unknown surface", [](Request& r) { r.object = 100; }},
+        {"an RGB record for YUV", [](Request& r) { r.createType = blit::kCreateRgb; }},
+    };
+    const auto run = [&](const std::function<void(Request&)>& tamper) {
+        Request request{def(source, sourceGpu), def(target, targetGpu)};
+        tamper(request);
+        uint32_t from = 0, to = 0;
+        int32_t status = blit.createSurface(&from, 1, blit::kCreateYuv, &request.from) +
+                         blit.createSurface(&to, 2, request.createType, &request.to);
+        blit::BlitObject object{};
+        object.sourceSurface = from + request.object;
+        object.configuration = blit::kConfigurationMask;
+        object.source = {0, 0, blit::ToFixed(request.from.width),
+                         blit::ToFixed(request.from.height)};
+        object.target = {0, 0, blit::ToFixed(request.to.width), blit::ToFixed(request.to.height)};
+        if (status == 0)
+            status = blit.draw(to, &object, 1);
+        blit.destroySurface(from);
+        blit.destroySurface(to);
+        return status;
+    };
+    for (const auto& [what, tamper] : rows) {
+        EXPECT_NE(run(tamper), 0) << what;
+        EXPECT_EQ(std::count(target.begin(), target.end(), 2), 8192) << what;
+    }
+    EXPECT_EQ(run([](Request&) {}), 0);
+    EXPECT_EQ(std::count(target.begin(), target.end(), 1), 6144);
+}
+
+// A sanitizer's own page faults would count.
+__attribute__((no_sanitize("address", "thread"))) void Touch(volatile uint8_t* bytes, size_t size) {
+    for (size_t at = 0; at < size; at += 4096)
+        bytes[at] = 1;
+}
+
+// Mapped as a device does: all pages at once, none beyond the end, gone when unmapped.
+TEST(DmaBufTest, MapsWholePagesInPlaceAndNothingElse) {
+    constexpr size_t kPages = 256, kPage = 4096;
+    const int fd = host::AllocateDmaBuf(kPages * kPage - 100);
+    for (const auto& [length, offset] :
+         {std::pair(kPages * kPage + 1, 0), std::pair(kPages * kPage, 4096), {1, 1 << 20}}) {
+        errno = 0;
+        EXPECT_EQ(mmap(nullptr, length, PROT_READ, MAP_SHARED, fd, offset), MAP_FAILED) << length;
+        EXPECT_EQ(errno, EINVAL);
+    }
+    const auto map = [fd](int protection) {
+        return static_cast<volatile uint8_t*>(
+            mmap(nullptr, kPages * kPage, protection, MAP_SHARED, fd, 0));
+    };
+    auto* bytes = map(PROT_READ | PROT_WRITE);
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    Touch(bytes, kPages * kPage);
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_minflt - before.ru_minflt, 16);
+    munmap(const_cast<uint8_t*>(bytes), kPages * kPage);
+    EXPECT_DEATH(bytes[0] = 2, "");
+    bytes = map(PROT_READ);
+    EXPECT_EQ(bytes[0], 1);
+    EXPECT_DEATH(bytes[0] = 2, "");
+    munmap(const_cast<uint8_t*>(bytes), kPages * kPage);
+    close(fd);
+}
+
+TEST_F(BlitterTest, TakesOnlyMemoryAndSurfacesThatAreThere) {
+    uint64_t gpu = 0;
+    auto* pages =
+        static_cast<uint8_t*>(mmap(nullptr, 8192, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    munmap(pages + 4096, 4096);
+    EXPECT_NE(blit.map(0, pages, 8192, 3, &gpu), 0);
+    EXPECT_NE(blit.map(-1, pages, 4096, 3, &gpu), 0);
+    EXPECT_EQ(blit.map(0, pages, 4096, 3, &gpu), 0);
+    EXPECT_EQ(blit.unmap(gpu), 0);
+    EXPECT_NE(blit.unmap(gpu), 0);
+    munmap(pages, 4096);
+
+    // Of a DMA-BUF only its own memory.
+    const int fd = host::AllocateDmaBuf(8192);
+    auto* shared = static_cast<uint8_t*>(mmap(nullptr, 8192, PROT_READ, MAP_SHARED, fd, 0));
+    EXPECT_EQ(blit.map(fd, shared + 100, 8192 - 100, 3, &gpu), 0);
+    EXPECT_EQ(blit.unmap(gpu), 0);
+    EXPECT_NE(blit.map(fd, shared + 100, 8192 - 99, 3, &gpu), 0);
+    EXPECT_NE(blit.map(fd, source.data(), 100, 3, &gpu), 0);
+    munmap(shared, 8192);
+    close(fd);
+
+    auto record = def(source, sourceGpu);
+    uint32_t surface = 0;
+    ASSERT_EQ(blit.createSurface(&surface, 1, blit::kCreateYuv, &record), 0);
+    EXPECT_EQ(blit.updateSurface(surface, 1, blit::kUpdateYuv, &record), 0);
+    EXPECT_NE(blit.updateSurface(surface, 2, blit::kUpdateYuv, &record), 0);
+    EXPECT_NE(blit.updateSurface(surface, 1, blit::kUpdateRgb, &record), 0);
+    EXPECT_EQ(blit.destroySurface(surface), 0);
+    EXPECT_NE(blit.destroySurface(surface), 0);
+}
+
+}  // namespace
+}  // namespace lx2::test
