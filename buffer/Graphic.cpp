@@ -61,6 +61,7 @@ void LX2Buffer::Graphic::init(const C2ConstGraphicBlock& block) {
         return;
     mCrop = block.crop();
     mPlatformBuffer = std::make_unique<LX2GrallocBuffer>(block.handle());
+    mAllocSize = mPlatformBuffer->allocSize();
 }
 
 int LX2Buffer::Graphic::fd() const {
@@ -88,7 +89,7 @@ uint32_t LX2Buffer::Graphic::format() const {
 }
 
 uint32_t LX2Buffer::Graphic::allocSize() const {
-    return mPlatformBuffer ? mPlatformBuffer->allocSize() : 0;
+    return mAllocSize;
 }
 
 uint32_t LX2Buffer::Graphic::offset() const {
@@ -111,9 +112,8 @@ FramePlanes LX2Buffer::Graphic::planes() const {
 }
 
 void LX2Buffer::Graphic::setAllocSize(uint32_t size) {
-    // A view's platform buffer is always one that init() made.
     if (mPlatformBuffer)
-        static_cast<LX2GrallocBuffer*>(mPlatformBuffer.get())->setAllocSize(size);
+        mAllocSize = size;
 }
 
 LX2Status LX2Buffer::Graphic::setCrop(const C2Rect& crop) {

@@ -1,5 +1,9 @@
 #include "DumpFile.h"
 
+#include <cerrno>
+#include <new>
+#include <utility>
+
 namespace lx2 {
 
 namespace {
@@ -18,8 +22,10 @@ bool DumpFile::open(const char* path) {
     if (mFile == nullptr)
         return false;
     if (mBuffer == nullptr)
-        mBuffer.reset(new char[kBufferSize]);
-    setvbuf(mFile, mBuffer.get(), _IOFBF, kBufferSize);
+        mBuffer.reset(new (std::nothrow) char[kBufferSize]);
+    if (mBuffer != nullptr)
+        setvbuf(mFile, mBuffer.get(), _IOFBF, kBufferSize);
+    mFailed = false;
     return true;
 }
 
@@ -30,13 +36,20 @@ void DumpFile::close() {
 }
 
 void DumpFile::write(const void* bytes, size_t size) {
-    if (mFile != nullptr)
-        fwrite(bytes, 1, size, mFile);
+    if (mFile != nullptr && fwrite(bytes, 1, size, mFile) != size)
+        noteError();
 }
 
-void DumpFile::flush() {
-    if (mFile != nullptr)
-        fflush(mFile);
+int DumpFile::flush() {
+    if (mFile != nullptr && fflush(mFile) != 0)
+        noteError();
+    return std::exchange(mUntold, 0);
+}
+
+void DumpFile::noteError() {
+    if (!mFailed)
+        mUntold = errno;
+    mFailed = true;
 }
 
 }  // namespace lx2

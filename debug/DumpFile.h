@@ -22,16 +22,19 @@ class DumpFile {
     bool open(const char* path);
     void close();
 
-    // Errors are not reported: a dump goes on, with what the disk has room for.
     void write(const void* bytes, size_t size);
 
     // Hands what was collected to the system, so that the file is complete even if the process
-    // dies.
-    void flush();
+    // dies. The errno of a write since then that came out short, but only of the file's first; 0.
+    int flush();
 
   private:
-    std::unique_ptr<char[]> mBuffer;
+    void noteError();
+
+    std::unique_ptr<char[]> mBuffer;  // none without memory for it
     FILE* mFile = nullptr;
+    bool mFailed = false;
+    int mUntold = 0;
 };
 
 }  // namespace lx2

@@ -18,18 +18,28 @@ constexpr const char* kDirectory = "/data/vendor/media/lx2/";
 struct MimeRow {
     const char* mime;
     const char* extension;
+    char ivfVersion = 0;
 };
 
 constexpr MimeRow kExtensions[] = {
     {"video/avc", "264"},
     {"video/hevc", "265"},
-    {"video/x-vnd.on2.vp8", "ivf"},
-    {"video/x-vnd.on2.vp9", "ivf"},
+    {"video/x-vnd.on2.vp8", "ivf", '8'},
+    {"video/x-vnd.on2.vp9", "ivf", '9'},
     {"video/mpeg2", "ps"},
     {"video/mp4v-es", "m4v"},
     {"image/vnd.android.heic", "heic"},
     {"video/raw", "yuv"},
 };
+
+const MimeRow& RowOf(const std::string& mime) {
+    static constexpr MimeRow kOther = {"", "bin"};
+    for (const MimeRow& row : kExtensions) {
+        if (mime == row.mime)
+            return row;
+    }
+    return kOther;
+}
 
 template <size_t N>
 void FormatNow(char (&out)[N]) {
@@ -43,11 +53,7 @@ void FormatNow(char (&out)[N]) {
 }  // namespace
 
 const char* LX2FileDump::Impl::extForMime(const std::string& mime) {
-    for (const MimeRow& row : kExtensions) {
-        if (mime == row.mime)
-            return row.extension;
-    }
-    return "bin";
+    return RowOf(mime).extension;
 }
 
 LX2FileDump::Impl::Impl(const std::string& mime, uint32_t id, bool generateName,
@@ -56,13 +62,13 @@ LX2FileDump::Impl::Impl(const std::string& mime, uint32_t id, bool generateName,
       mId(id),
       mGenerateName(generateName),
       mExtension(extForMime(mime)),
-      mMime(mime),
+      mIvfVersion(RowOf(mime).ivfVersion),
       mForceLinear(forceLinear) {
     FormatNow(mTimeStamp);
     setPath("%s", path.c_str());
     if (mGenerateName)
         LX2_LOGI("Created File dump(%s_%s) for mime(%s)", mPrefix.c_str(), mTimeStamp,
-                 mMime.c_str());
+                 mime.c_str());
     else
         LX2_LOGI("Created File dump: %s", path.c_str());
 }

@@ -14,9 +14,14 @@ LX2Status LX2FileDump::Create(const std::string& mime, uint32_t id, const std::s
 
 LX2Status LX2FileDump::Create(const std::string& mime, const std::string& path,
                               std::unique_ptr<LX2FileDump>* out) {
+    return Create(mime, path, out, false);
+}
+
+LX2Status LX2FileDump::Create(const std::string& mime, const std::string& path,
+                              std::unique_ptr<LX2FileDump>* out, bool forceLinear) {
     if (out == nullptr)
         return LX2_BAD_ARG;
-    *out = std::make_unique<LX2FileDump>(mime, 0, false, "", path, false);
+    *out = std::make_unique<LX2FileDump>(mime, 0, false, "", path, forceLinear);
     return C2_OK;
 }
 
@@ -34,6 +39,10 @@ LX2Status LX2FileDump::write(std::shared_ptr<LX2Buffer> buffer) {
 
 LX2Status LX2FileDump::write(std::shared_ptr<C2Buffer> buffer) {
     return mImpl != nullptr ? mImpl->write(buffer) : LX2Status{C2_NO_INIT};
+}
+
+std::string LX2FileDump::path() const {
+    return mImpl != nullptr ? mImpl->filePath() : "";
 }
 
 }  // namespace lx2

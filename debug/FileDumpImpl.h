@@ -2,6 +2,7 @@
 // (LinearWriter.cpp), frames (GraphicWriter.cpp) and their conversion (ForceLinear.cpp).
 #pragma once
 
+#include <lx2/IVFHeaders.h>
 #include <lx2/LX2BufferPool.h>
 #include <lx2/LX2ColorConverter.h>
 #include <lx2/LX2FileDump.h>
@@ -27,6 +28,7 @@ class LX2FileDump::Impl {
     LX2Status write(const std::shared_ptr<C2Buffer>& buffer);
 
     static const char* extForMime(const std::string& mime);
+    static IVFFrameHeader ivfFrameHeader(uint32_t size, uint32_t frameCount);
 
     // Names the next file; a caller's path stays.
     void generateFileName();
@@ -47,19 +49,19 @@ class LX2FileDump::Impl {
     void dumpCodecConfig(const LX2Buffer& buffer);
     void dumpStreamHeader();
     LX2Status dumpLinear(const LX2Buffer::Linear* view);
-    bool isVp9() const;
-    bool isIvf() const;
 
+    // What a framework frame's memory is taken to be, in bytes: as long as the video core makes
+    // such a frame, or as its rows need where that is more, but no longer than it is.
+    static uint32_t assumedSize(const LX2Buffer::Graphic& view);
     LX2Status writeGraphic(LX2Buffer::Graphic* view);
     bool continuesFile(const LX2Buffer::Graphic& view) const;
     LX2Status startGraphicFile(const LX2Buffer::Graphic& view);
-    LX2Status dumpGraphicUnCompressed(LX2Buffer::Graphic* view);
+    LX2Status dumpGraphicUnCompressed(const LX2Buffer::Graphic* view);
     LX2Status dumpGraphicCompressed(const LX2Buffer::Graphic* view);
 
     // Makes pool, target and converter ready when the frames are to be converted.
-    // C2_OK, also when there is nothing to convert; C2_CANNOT_DO without a pool; C2_NO_MEMORY
-    // without a target. After a failure compressed frames are written as they are.
-    LX2Status initColorConversionIfNeeded();
+    // After a failure, which is logged, compressed frames are written as they are.
+    void initColorConversionIfNeeded();
     bool createPool();
     bool allocateTarget();
 
@@ -68,7 +70,7 @@ class LX2FileDump::Impl {
     bool mGenerateName;
     bool mGraphic = false;
     std::string mExtension;
-    std::string mMime;
+    char mIvfVersion;  // of VP8 or VP9, whose streams go into IVF; 0 for others
     char mTimeStamp[kTextSize] = {};
     char mFilePath[kTextSize] = {};
     uint32_t mFrameCount = 0;

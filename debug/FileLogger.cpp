@@ -44,13 +44,14 @@ LX2Status LX2FileLogger::Create(const std::string& path, std::unique_ptr<LX2File
         return LX2_ERROR;
     }
     std::unique_ptr<File> file(new (std::nothrow) File(opened));
-    if (file == nullptr) {
+    if (file == nullptr)
         fclose(opened);
+    else
+        out->reset(new (std::nothrow) LX2FileLogger);
+    if (*out == nullptr) {
+        LX2_LOGE("No memory for the logger of log file : %s", path.c_str());
         return C2_NO_MEMORY;
     }
-    out->reset(new (std::nothrow) LX2FileLogger);
-    if (*out == nullptr)
-        return C2_NO_MEMORY;
     (*out)->mFile = std::move(file);
     return C2_OK;
 }

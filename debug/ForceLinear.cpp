@@ -8,35 +8,33 @@ namespace lx2 {
 
 namespace {
 
-// The targets are written by the blit library and read by the CPU.
+// Read by the CPU (bit 0). Bit 16 goes through to the graphics allocator, for which it means a
+// buffer that a video encoder reads: plain memory, in the layout of its format.
 constexpr uint64_t kTargetUsage = 0x10001;
 
 }  // namespace
 
-LX2Status LX2FileDump::Impl::initColorConversionIfNeeded() {
-    if (!mForceLinear || !PixFormat::IsCompressed(mSourceFormat))
-        return C2_OK;
+void LX2FileDump::Impl::initColorConversionIfNeeded() {
     const uint32_t linear = PixFormat::GetUncompressedFor(mSourceFormat);
-    if (linear == 0)
-        return C2_OK;
+    if (!mForceLinear || !PixFormat::IsCompressed(mSourceFormat) || linear == 0)
+        return;
     mWrittenFormat = linear;
     LX2_LOGI("[%s] Force %s to linear %s", mPrefix.c_str(), PixFormat::Str(mSourceFormat),
              PixFormat::Str(mWrittenFormat));
     if (mPool == nullptr && !createPool()) {
         LX2_LOGE("[%s] failed to create graphic buffer pool !", mPrefix.c_str());
         mWrittenFormat = mSourceFormat;
-        return C2_CANNOT_DO;
+        return;
     }
     if (!allocateTarget()) {
         LX2_LOGE("[%s] Failed to allocate graphic buf for conversion !", mPrefix.c_str());
         mTarget.reset();
         mPool.reset();
         mWrittenFormat = mSourceFormat;
-        return C2_NO_MEMORY;
+        return;
     }
     if (mConverter == nullptr)
         mConverter = std::make_unique<LX2ColorConverter>();
-    return C2_OK;
 }
 
 bool LX2FileDump::Impl::createPool() {

@@ -1,11 +1,11 @@
-#include <SafeRange.h>
 #include <lx2/FramePlanes.h>
 #include <lx2/PixFormat.h>
 #include <lx2/Platform.h>
-#include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 
 #include "DumpLog.h"
 #include "FileDumpImpl.h"
@@ -26,8 +26,8 @@ FramePlanes RowsOf(const Graphic& view) {
     const FramePlane& chroma = planes[1];
     switch (view.format()) {
         case PixFormat::I420:
-        case PixFormat::NV12:  // the width is taken for the pitch, and for the end of the luma
-            return {{{0, width, width, height + height / 2}}, 1};
+        case PixFormat::NV12:  // the width is taken for the pitch: luma and chroma are one run
+            return {{{0, 0, width * (height + height / 2), 1}}, 1};
         case PixFormat::YV12:  // one run of rows through both planes of chroma
             return {{planes[0], {chroma.offset, chroma.pitch, chroma.rowBytes, height}}, 2};
         case PixFormat::MIREL_NV12:  // of an odd width, half a pair at the end of a row
@@ -39,37 +39,35 @@ FramePlanes RowsOf(const Graphic& view) {
     }
 }
 
-// The allocation size of a framework buffer's view is a rule's and not its memory's: rows may reach
-// beyond it. They are mapped too, as far as there is memory.
-std::unique_ptr<Mapping> MapWithRows(Graphic* view, const FramePlanes& rows) {
-    const uint32_t size = view->allocSize();
-    const uint64_t there = std::min(rows.size(), MemoryBehind(view->fd()).value_or(0));
-    if (size == 0 || there <= size || there > std::numeric_limits<uint32_t>::max())
-        return view->mapInternal(false);
-    view->setAllocSize(static_cast<uint32_t>(there));
-    auto mapping = view->mapInternal(false);
-    view->setAllocSize(size);
-    return mapping;
+// Bytes of the memory behind a DMA-BUF.
+std::optional<uint64_t> MemoryBehind(int fd) {
+    const off_t end = lseek(fd, 0, SEEK_END);
+    lseek(fd, 0, SEEK_SET);
+    return end >= 0 ? std::optional<uint64_t>(end) : std::nullopt;
 }
 
-// Maps the pages of a frame at once, instead of by a fault every few rows, which takes longer than
-// the copying. Only a hint: DMA-BUF drivers that map their pages with the buffer refuse it.
-void Prefault([[maybe_unused]] const Mapping& mapping, [[maybe_unused]] uint64_t readable) {
-#ifdef MADV_POPULATE_READ
-    madvise(mapping.data(), readable, MADV_POPULATE_READ);
-#endif
-}
-
-// Writes rows as far as the memory at base reaches.
-void WriteRows(DumpFile* file, const FramePlane& plane, const uint8_t* base, uint64_t readable) {
+// Writes rows as far as the mapping reaches.
+void WriteRows(DumpFile* file, const FramePlane& plane, const Mapping& mapping) {
+    const uint64_t readable = mapping.size();
     if (plane.rowBytes == 0)
         return;
     uint64_t start = plane.offset;
     for (uint64_t row = 0; row < plane.rows && start < readable; ++row, start += plane.pitch)
-        file->write(base + start, std::min(plane.rowBytes, readable - start));
+        file->write(mapping.data() + start, std::min(plane.rowBytes, readable - start));
 }
 
 }  // namespace
+
+uint32_t LX2FileDump::Impl::assumedSize(const Graphic& view) {
+    const auto size =
+        geometry::VideoCoreFrameSize<uint32_t>(view.format(), view.width(), view.height());
+    if (size == 0 || view.platformBuffer() == nullptr)
+        return 0;
+    // A descriptor that doesn't say how much there is gets the rule's size.
+    const uint64_t there = MemoryBehind(view.fd()).value_or(size);
+    return static_cast<uint32_t>(std::min<uint64_t>({std::max<uint64_t>(size, RowsOf(view).size()),
+                                                     there, std::numeric_limits<uint32_t>::max()}));
+}
 
 bool LX2FileDump::Impl::continuesFile(const Graphic& view) const {
     return mFile.isOpen() && view.width() == mWidth && view.height() == mHeight &&
@@ -82,16 +80,17 @@ LX2Status LX2FileDump::Impl::startGraphicFile(const Graphic& view) {
     mSourceFormat = view.format();
     mWrittenFormat = mSourceFormat;
     mTarget.reset();
-    // Without conversion the frames are written as they are.
     initColorConversionIfNeeded();
     closeFile();
     generateFileName();
-    return openFile() == C2_OK ? LX2Status{C2_OK} : LX2_ERROR;
+    return openFile();
 }
 
 LX2Status LX2FileDump::Impl::writeGraphic(Graphic* view) {
-    if (!continuesFile(*view) && startGraphicFile(*view) != C2_OK)
-        return LX2_ERROR;
+    if (!continuesFile(*view)) {
+        if (const LX2Status status = startGraphicFile(*view); status != C2_OK)
+            return status;
+    }
     if (!PixFormat::IsCompressed(view->format()))
         return dumpGraphicUnCompressed(view);
     if (mConverter != nullptr && mTarget != nullptr) {
@@ -102,17 +101,15 @@ LX2Status LX2FileDump::Impl::writeGraphic(Graphic* view) {
     return dumpGraphicCompressed(view);
 }
 
-LX2Status LX2FileDump::Impl::dumpGraphicUnCompressed(Graphic* view) {
-    const auto rows = RowsOf(*view);
-    const auto mapping = MapWithRows(view, rows);
+LX2Status LX2FileDump::Impl::dumpGraphicUnCompressed(const Graphic* view) {
+    const auto mapping = view->mapInternal(false);
     if (mapping == nullptr || mapping->data() == nullptr)
         return LX2_ERROR;
-    const uint64_t readable = ReadableBytes(*mapping, view->fd());
-    Prefault(*mapping, readable);
+    const FramePlanes rows = RowsOf(*view);
     for (const FramePlane& plane : rows)
-        WriteRows(&mFile, plane, mapping->data(), readable);
+        WriteRows(&mFile, plane, *mapping);
     if (rows.count == 0)
-        mFile.write(mapping->data(), readable);
+        mFile.write(mapping->data(), mapping->size());
     ++mFrameCount;
     LX2_LOGD("Dump Graphic buf of fmt : %s", PixFormat::Str(view->format()));
     return C2_OK;
@@ -122,14 +119,13 @@ LX2Status LX2FileDump::Impl::dumpGraphicCompressed(const Graphic* view) {
     const auto mapping = view->mapInternal(false);
     if (mapping == nullptr || mapping->data() == nullptr)
         return LX2_ERROR;
-    const uint64_t readable = ReadableBytes(*mapping, view->fd());
-    const uint64_t size = Platform::MirelBufferLayout::CompressedFrameSize(
+    const uint64_t frame = Platform::MirelBufferLayout::CompressedFrameSize(
         view->format(), view->width(), view->height());
-    const uint64_t written = size == 0 ? readable : std::min(size, readable);
-    Prefault(*mapping, written);
-    mFile.write(mapping->data(), written);
-    LX2_LOGD("Dump graphic buffer: format = %s : %u bytes", PixFormat::Str(view->format()),
-             static_cast<uint32_t>(written));
+    const uint32_t size = frame == 0
+                              ? mapping->size()
+                              : static_cast<uint32_t>(std::min<uint64_t>(frame, mapping->size()));
+    mFile.write(mapping->data(), size);
+    LX2_LOGD("Dump graphic buffer: format = %s : %u bytes", PixFormat::Str(view->format()), size);
     ++mFrameCount;
     return C2_OK;
 }

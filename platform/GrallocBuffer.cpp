@@ -104,9 +104,4 @@ uint64_t LX2GrallocBuffer::id() {
     return mValid ? Record(mHandle)->id : std::numeric_limits<uint64_t>::max();
 }
 
-void LX2GrallocBuffer::setAllocSize(uint32_t size) {
-    if (mValid)
-        Record(mHandle)->size = size;
-}
-
 }  // namespace lx2

@@ -6,8 +6,6 @@
 #include <lx2/PixFormat.h>
 #include <lx2host/VideoCore.h>
 
-#include <map>
-
 #include "Blocks.h"
 #include "FileDumpImpl.h"
 #include "Fixture.h"
@@ -19,6 +17,7 @@ namespace {
 constexpr char kDirectory[] = "/data/vendor/media/lx2//";
 std::string gRedirected;                  // where files of that directory lie instead
 std::shared_ptr<C2BlockPool> gBasicPool;  // the platform's basic graphic pool
+int gPoolRequests = 0;
 
 }  // namespace
 
@@ -35,6 +34,7 @@ c2_status_t android::GetCodec2BlockPool(C2BlockPool::local_id_t id,
                                         std::shared_ptr<C2BlockPool>* pool) {
     EXPECT_EQ(id, 1u);
     EXPECT_EQ(component, nullptr);
+    ++gPoolRequests;
     *pool = gBasicPool;
     return gBasicPool != nullptr ? C2_OK : C2_NOT_FOUND;
 }
@@ -47,7 +47,6 @@ using ::testing::ElementsAre;
 using Bytes = std::vector<uint8_t>;
 using Impl = LX2FileDump::Impl;
 
-constexpr char kTag[] = "FileDump";
 constexpr char kVp8[] = "video/x-vnd.on2.vp8", kVp9[] = "video/x-vnd.on2.vp9";
 
 class FileDumpTest : public Fixture {
@@ -59,8 +58,6 @@ class FileDumpTest : public Fixture {
     void TearDown() override {
         gBasicPool.reset();
         EXPECT_EQ(OpenFiles(), filesBefore) << "a file stayed open";
-        const Bytes maps = ReadAll("/proc/self/maps");
-        EXPECT_EQ(std::string(maps.begin(), maps.end()).find("lx2-dmabuf"), std::string::npos);
         Fixture::TearDown();
     }
     // A dump into the one file that path names.
@@ -75,12 +72,12 @@ class FileDumpTest : public Fixture {
         EXPECT_EQ(fixedDump("video/raw")->write(buffer), C2_OK);
         return ReadAll(path);
     }
-    // What was logged since the last call, but for the imports of handles.
-    std::vector<LogLine> logged() {
-        std::vector<LogLine> lines;
-        for (LogLine& line : log.take()) {
-            if (line.tag != "LX2GrallocBuffer")
-                lines.push_back(std::move(line));
+    // What dumps logged since the last call, each line behind the letter of its priority.
+    std::vector<std::string> logged() {
+        std::vector<std::string> lines;
+        for (const LogLine& line : log.take()) {
+            if (line.tag == "FileDump")
+                lines.push_back(std::string(1, "??VDIWEF"[line.priority]) + " " + line.text);
         }
         return lines;
     }
@@ -109,8 +106,8 @@ std::shared_ptr<LX2Buffer> NoisyFrame(uint32_t format, uint32_t width, uint32_t 
     return buffer;
 }
 
-LogLine Opened(const std::string& name) {
-    return Info(kTag, "Opened file " + (kDirectory + name) + " for writing");
+std::string Opened(const std::string& name) {
+    return "I Opened file " + (kDirectory + name) + " for writing";
 }
 
 TEST_F(FileDumpTest, NamesFilesAfterTheCreationAndFramesAfterTheirGeometryToo) {
@@ -118,50 +115,60 @@ TEST_F(FileDumpTest, NamesFilesAfterTheCreationAndFramesAfterTheirGeometryToo) {
     ASSERT_EQ(LX2FileDump::Create("video/avc", 7, "c2.dec", &bits, false), C2_OK);
     ASSERT_EQ(LX2FileDump::Create("video/raw", ~0u, "out", &frames, false), C2_OK);
     SetClock(1798761599, "UTC");  // names keep the time of creation
+    EXPECT_EQ(bits->path(), "");
     EXPECT_EQ(bits->write(Bitstream({1, 2})), C2_OK);
     EXPECT_EQ(bits->write(Bitstream({3})), C2_OK);
-    for (const uint32_t height : {48, 48, 50})
-        EXPECT_EQ(frames->write(NoisyFrame(PixFormat::NV12, 64, height)), C2_OK);
-    EXPECT_EQ(frames->write(NoisyFrame(PixFormat::RGBA8888, 64, 50)), C2_OK);
+    EXPECT_EQ(bits->path(), kDirectory + std::string("20261115_180437_7_c2.dec.264"));
+    const std::pair<uint32_t, uint32_t> sizes[] = {{64, 48}, {64, 48}, {66, 48}, {66, 50}};
+    for (const auto& [width, height] : sizes)
+        EXPECT_EQ(frames->write(NoisyFrame(PixFormat::NV12, width, height)), C2_OK);
+    EXPECT_EQ(frames->write(NoisyFrame(PixFormat::RGBA8888, 66, 50)), C2_OK);
     const C2ConstGraphicBlock block = GraphicBlock(16, 16, PixFormat::NV12)->share({}, C2Fence());
     EXPECT_EQ(frames->write(std::make_shared<AnyC2Buffer>(std::vector{block, block})), LX2_ERROR);
     EXPECT_THAT(
         logged(),
-        ElementsAre(Info(kTag, "Created File dump(c2.dec_20261115_180437) for mime(video/avc)"),
-                    Info(kTag, "Created File dump(out_20261115_180437) for mime(video/raw)"),
+        ElementsAre("I Created File dump(c2.dec_20261115_180437) for mime(video/avc)",
+                    "I Created File dump(out_20261115_180437) for mime(video/raw)",
                     Opened("20261115_180437_7_c2.dec.264"),
                     Opened("20261115_180437_-1_out_64_x_48_NV12_0.yuv"),
-                    Opened("20261115_180437_-1_out_64_x_50_NV12_2.yuv"),
-                    Opened("20261115_180437_-1_out_64_x_50_RGBA8888_3.rgb"),
-                    Opened("20261115_180437_-1_out_4294967295_x_4294967295_UNKNOWN_4.yuv")));
+                    Opened("20261115_180437_-1_out_66_x_48_NV12_2.yuv"),
+                    Opened("20261115_180437_-1_out_66_x_50_NV12_3.yuv"),
+                    Opened("20261115_180437_-1_out_66_x_50_RGBA8888_4.rgb"),
+                    Opened("20261115_180437_-1_out_4294967295_x_4294967295_UNKNOWN_5.yuv")));
     EXPECT_EQ(ReadAll(dir / "20261115_180437_7_c2.dec.264"), (Bytes{1, 2, 3}));
     EXPECT_EQ(ReadAll(dir / "20261115_180437_-1_out_64_x_48_NV12_0.yuv").size(), 2 * 64 * 72u);
 }
 
 TEST_F(FileDumpTest, CutsLongNamesAndEndsThemByTheExactMimeType) {
-    const std::map<std::string, std::string> extensions = {
+    const std::pair<const char*, const char*> extensions[] = {
         {"video/avc", "264"}, {"video/hevc", "265"}, {kVp8, "ivf"},
         {kVp9, "ivf"},        {"video/mpeg2", "ps"}, {"video/mp4v-es", "m4v"},
-        {"video/raw", "yuv"}, {"video/AVC", "bin"},  {"image/vnd.android.heic", "heic"},
-    };
+        {"video/raw", "yuv"}, {"video/AVC", "bin"},  {"image/vnd.android.heic", "heic"}};
     for (const auto& [mime, extension] : extensions)
-        EXPECT_EQ(Impl::extForMime(mime), extension) << mime;
+        EXPECT_STREQ(Impl::extForMime(mime), extension) << mime;
     Impl longName("video/avc", 0, true, std::string(200, 'p'), "", false);
     longName.generateFileName();
     EXPECT_EQ(longName.filePath(), kDirectory + ("20261115_180437_0_" + std::string(85, 'p')));
 }
 
-TEST_F(FileDumpTest, KeepsItsFixedFileAndStartsItAnewWhenTheFramesChange) {
-    Impl dump("video/raw", 0, false, "", path, false);
-    const LogLine opened = Info(kTag, "Opened file " + path + " for writing");
-    EXPECT_EQ(dump.openFile(), C2_OK);
-    EXPECT_EQ(dump.openFile(), C2_REFUSED);
-    EXPECT_THAT(logged(), ElementsAre(Info(kTag, "Created File dump: " + path), opened,
-                                      Warning(kTag, "File already open !")));
-    for (const uint32_t height : {48, 48, 50})
-        EXPECT_EQ(dump.write(NoisyFrame(PixFormat::NV12, 64, height)), C2_OK);
-    EXPECT_THAT(logged(), ElementsAre(opened, opened));
-    EXPECT_EQ(dump.closeFile() + dump.closeFile(), C2_OK);
+TEST_F(FileDumpTest, StartsItsFixedFileAnewWhenTheFramesChangeAndTellsTheFirstShortWrite) {
+    for (const std::string& name : {path, std::string("/dev/full")}) {
+        Impl dump("video/raw", 0, false, "", name, false);
+        EXPECT_EQ(dump.openFile(), C2_OK);
+        EXPECT_EQ(dump.openFile(), C2_REFUSED);
+        for (const uint32_t height : {48, 48, 50})
+            EXPECT_EQ(dump.write(NoisyFrame(PixFormat::NV12, 64, height)), C2_OK);
+        EXPECT_EQ(dump.closeFile() + dump.closeFile(), C2_OK);
+        const std::string opened = "I Opened file " + name + " for writing";
+        std::vector<std::string> expected = {"I Created File dump: " + name, opened,
+                                             "W File already open !", opened, opened};
+        if (name != path) {
+            const char* full = "E Failed to write all of /dev/full : No space left on device";
+            expected.insert(expected.begin() + 4, full);
+            expected.push_back(full);
+        }
+        EXPECT_EQ(logged(), expected);
+    }
     EXPECT_EQ(ReadAll(path).size(), 64 * 75u);
 }
 
@@ -181,33 +188,28 @@ TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
     EXPECT_EQ(dump->write(Bitstream({1})->getSharedBuffer()), C2_OK);
     EXPECT_EQ(dump->write(NoisyFrame(PixFormat::NV12, 64, 48)), LX2_ERROR);
     EXPECT_EQ(dump->write(Bitstream({2})), C2_OK);
+    const std::string failed = "E Failed to open " + missing + " for writing";
     EXPECT_THAT(logged(),
-                ElementsAre(Warning(kTag, "Invalid buffer"),
-                            Error(kTag, "Failed to open " + missing + " for writing"),
-                            Error(kTag, "Failed to open " + missing + " for writing"),
-                            Info(kTag, "Opened file " + missing + " for writing"),
-                            Error("LX2Buf", "LX2Buffer::Mapping: Cannot map a secure buffer"),
-                            Warning(kTag, "Incompatible buffer")));
+                ElementsAre("W Invalid buffer", failed, failed,
+                            "I Opened file " + missing + " for writing", "W Incompatible buffer"));
     EXPECT_EQ(ReadAll(missing), (Bytes{1, 2}));
     LX2FileDump taker = std::move(*dump);
     EXPECT_EQ(dump->write(Bitstream({3})), C2_NO_INIT);
     EXPECT_EQ(dump->write(Bitstream({3})->getSharedBuffer()), C2_NO_INIT);
-    Impl full("video/raw", 0, false, "", "/dev/full", false);
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(full.write(NoisyFrame(PixFormat::NV12, 640, 480)), C2_OK);
+    EXPECT_EQ(dump->path(), "");
 }
 
 TEST_F(FileDumpTest, WhatCannotBeMappedIsNotWritten) {
-    for (const uint32_t format : {PixFormat::NV12, PixFormat::MIREL_NV12_CMPX}) {
-        const auto frame = NoisyFrame(format, 64, 48);
-        frame->graphic()->setAllocSize(0);
-        EXPECT_EQ(fixedDump("video/raw")->write(frame), LX2_ERROR);
-    }
-    const auto nowhere = std::make_shared<LinearAllocation>(
-        64, std::vector<int>{open("/dev/null", O_RDWR | O_CLOEXEC)});
-    EXPECT_EQ(fixedDump(kVp8)->write(
-                  std::make_shared<LX2Buffer>(_C2BlockFactory::CreateLinearBlock(nowhere), 0)),
-              LX2_ERROR);
+    const auto tooShort = NoisyFrame(PixFormat::MIREL_NV12, 64, 48);
+    ASSERT_EQ(ftruncate(tooShort->graphic()->fd(), 4096), 0);
+    const auto empty = NoisyFrame(PixFormat::MIREL_NV12_CMPX, 64, 48);
+    empty->graphic()->setAllocSize(0);
+    const auto lying =
+        std::make_shared<LinearAllocation>(8192, std::vector<int>{host::AllocateDmaBuf(4096)});
+    for (const auto& buffer :
+         {tooShort, empty,
+          std::make_shared<LX2Buffer>(_C2BlockFactory::CreateLinearBlock(lying), 0)})
+        EXPECT_EQ(fixedDump(kVp8)->write(buffer), LX2_ERROR);
     EXPECT_TRUE(ReadAll(path).empty());
 }
 
@@ -219,42 +221,44 @@ Bytes IvfFile(uint8_t version, const Bytes& frames) {
 }
 
 TEST_F(FileDumpTest, WritesCodecConfigThenIvfWithTimestampsOfOddNumbers) {
-    const auto first = Bitstream({7, 8});
-    auto config = C2StreamInitDataInfo::output::AllocShared(3);
+    const auto first = Bitstream({6, 7, 8, 9});
+    first->linear()->setRange(1, 2);
+    auto config = C2StreamInitDataInfo::input::AllocShared(3);  // of either direction
     std::copy_n("csd", 3, config->m.value);
     first->addInfo(config);
     first->addInfo(std::make_shared<ValueInfo<0x123>::output>());
     auto dump = fixedDump(kVp9);
+    std::vector<uint64_t> accesses;
+    host::SetSyncHook([&](int, uint64_t flags) {
+        accesses.push_back(flags);
+        return 0;
+    });
     EXPECT_THAT(textsAt(0x02000001, [&] { EXPECT_EQ(dump->write(first), C2_OK); }),
                 ElementsAre("Opened file " + path + " for writing", "Dumping CSD of 3 bytes",
                             "Writing IVF File header..", "Witing IVF file header of 32 bytes",
                             "Dump linear buffer: 2 bytes"));
+    EXPECT_THAT(accesses, ElementsAre(1, 5)) << "read, and no more";
+    host::SetSyncHook(nullptr);
     EXPECT_THAT(textsAt(0x01000003, [&] { EXPECT_EQ(dump->write(Bitstream({9})), C2_OK); }),
                 ElementsAre());
     Bytes expected = IvfFile('9', {2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 7, 8,  //
                                    1, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 9});
     expected.insert(expected.begin(), {'c', 's', 'd'});
     EXPECT_EQ(ReadAll(path), expected);
+    const IVFFrameHeader late = Impl::ivfFrameHeader(0x80000005, 0x80000000);
+    EXPECT_EQ(late.frameSize, 0x80000005u);
+    EXPECT_EQ(late.timestamp, 0x80000000u);
 }
 
-TEST_F(FileDumpTest, NeverReadsOutsideALinearBuffer) {
-    const int fd = host::AllocateDmaBuf(4096);  // shorter than the capacity that the block claims
-    const auto lying = std::make_shared<LX2Buffer>(
-        _C2BlockFactory::CreateLinearBlock(
-            std::make_shared<LinearAllocation>(1 << 20, std::vector<int>{fd})),
-        0);
-    const auto wrapping = LinearBuffer(64);
-    wrapping->linear()->setRange(16, ~0u - 7);
+TEST_F(FileDumpTest, NeverReadsOutsideALinearBufferAndCountsTheAttempt) {
+    const auto buffer = LinearBuffer(64);
     auto dump = fixedDump(kVp8);
-    EXPECT_EQ(dump->write(lying), LX2_ERROR) << "it can't be mapped";
-    logged();
-    EXPECT_EQ(dump->write(wrapping), LX2_ERROR);
-    EXPECT_EQ(logged().back(), Error(kTag,
-                                     "dumpLinear: Avoiding unsafe read.. buffer range "
-                                     "exceeds it's capacity !!"));
-    wrapping->linear()->setRange(63, 1);
-    EXPECT_EQ(dump->write(wrapping), C2_OK);
-    // The refused range counted as one frame.
+    buffer->linear()->setRange(16, ~0u - 7);
+    EXPECT_EQ(dump->write(buffer), LX2_ERROR);
+    EXPECT_EQ(logged().back(),
+              "E dumpLinear: Avoiding unsafe read.. buffer range exceeds it's capacity !!");
+    buffer->linear()->setRange(63, 1);
+    EXPECT_EQ(dump->write(buffer), C2_OK);
     EXPECT_EQ(ReadAll(path), IvfFile('8', {1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
@@ -292,13 +296,16 @@ TEST_F(FileDumpTest, WritesTheRowsOfEachFormatWithoutPadding) {
         const auto frame = NoisyFrame(row.format, row.width, row.height);
         EXPECT_TRUE((row.framework ? dumped(frame->getSharedBuffer()) : dumped(frame)) == expected)
             << PixFormat::Str(row.format) << " " << row.width << " x " << row.height;
+        EXPECT_EQ(lseek(frame->graphic()->fd(), 0, SEEK_CUR), 0) << "imports share the position";
     }
     const auto cutShort = NoisyFrame(PixFormat::MIREL_NV12, 64, 48);
-    ASSERT_EQ(ftruncate(cutShort->graphic()->fd(), 4096), 0);
-    EXPECT_EQ(fixedDump("video/raw")->write(cutShort), LX2_ERROR) << "it can't be mapped";
+    cutShort->graphic()->setAllocSize(512 * 10 + 8);
+    EXPECT_EQ(dumped(cutShort).size(), 64 * 10 + 8u);
+    const auto roomy = GraphicBlock(64, 96, PixFormat::MIREL_NV12_CMPX);
+    const_cast<C2Handle*>(roomy->handle())->data[7] = 48;  // the height of the record
+    EXPECT_EQ(dumped(std::make_shared<LX2Buffer>(roomy)).size(), 32768u);
 
     const auto size = geometry::VideoCoreFrameSize<uint32_t>;
-    EXPECT_EQ(size(PixFormat::MIREL_NV12_CMPX, 1920, 1080), 3219456u);  // two fields
     EXPECT_EQ(size(PixFormat::MIREL_NV12_CMPX, 1920, 1088), 3153920u);
     EXPECT_EQ(size(PixFormat::NV12, 0, 1080) + size(PixFormat::MIREL_NV12_CMPX, 16, 0), 0u);
 }
@@ -307,6 +314,7 @@ class ForceLinearTest : public FileDumpTest {
   protected:
     ForceLinearTest() {
         gBasicPool = pool;
+        gPoolRequests = 0;
         EXPECT_EQ(LX2FileDump::Create("video/raw", 0, "p", &dump, true), C2_OK);
     }
     void TearDown() override {
@@ -332,13 +340,13 @@ class ForceLinearTest : public FileDumpTest {
 
     const std::shared_ptr<FakePool> pool = std::make_shared<FakePool>();
     std::unique_ptr<LX2FileDump> dump;
-    std::vector<LogLine> lines;
+    std::vector<std::string> lines;
 };
 
 TEST_F(ForceLinearTest, ConvertsCompressedFramesToTheirLinearFormat) {
     EXPECT_EQ(converted(picture(PixFormat::MIREL_NV12_CMPX), "MIREL_NV12_0.yuv"),
               dumped(picture(PixFormat::MIREL_NV12)));
-    EXPECT_THAT(lines, ElementsAre(Info(kTag, "[p] Force MIREL_NV12_CMPX to linear MIREL_NV12"),
+    EXPECT_THAT(lines, ElementsAre("I [p] Force MIREL_NV12_CMPX to linear MIREL_NV12",
                                    Opened("20261115_180437_0_p_64_x_48_MIREL_NV12_0.yuv")));
     EXPECT_EQ(converted(picture(PixFormat::MIREL_TP10), "YV12_1.yuv"),
               dumped(picture(PixFormat::YV12)));
@@ -348,6 +356,11 @@ TEST_F(ForceLinearTest, ConvertsCompressedFramesToTheirLinearFormat) {
     EXPECT_THAT(pool->fetches, ElementsAre(Fetch{64, 48, PixFormat::MIREL_NV12, 0x10001},
                                            Fetch{64, 48, PixFormat::YV12, 0x10001},
                                            Fetch{64, 48, PixFormat::RGBA8888, 0x10001}));
+    EXPECT_EQ(gPoolRequests, 1);
+    std::unique_ptr<LX2FileDump> fixed;
+    ASSERT_EQ(LX2FileDump::Create("video/raw", path, &fixed, true), C2_OK);
+    EXPECT_EQ(fixed->write(picture(PixFormat::MIREL_NV12_CMPX)), C2_OK);
+    EXPECT_EQ(ReadAll(path).size(), 64 * 72u);
 }
 
 TEST_F(ForceLinearTest, FallsBackToTheCompressedFrame) {
@@ -356,16 +369,15 @@ TEST_F(ForceLinearTest, FallsBackToTheCompressedFrame) {
     EXPECT_EQ(asItIs.size(), geometry::CmpxNv12<uint32_t>::FrameSize(64, 48));
     pool->statuses = {C2_NO_MEMORY};
     EXPECT_EQ(converted(compressed, "MIREL_NV12_CMPX_0.yuv"), asItIs);
-    EXPECT_THAT(lines,
-                Contains(Error(kTag, "[p] Failed to allocate graphic buf for conversion !")));
+    EXPECT_THAT(lines, Contains("E [p] Failed to allocate graphic buf for conversion !"));
     gBasicPool.reset();
     const auto rgba = picture(PixFormat::RGBA8888_CMPX);
     EXPECT_EQ(converted(rgba, "RGBA8888_CMPX_1.rgb"), dumped(rgba));
-    EXPECT_THAT(lines, Contains(Error(kTag, "[p] failed to create graphic buffer pool !")));
+    EXPECT_THAT(lines, Contains("E [p] failed to create graphic buffer pool !"));
     gBasicPool = pool;  // the next change tries again, with a target that is too small
     pool->offered.push_back(host::AllocateGraphic(32, 48, PixFormat::MIREL_NV12, 0));
     EXPECT_EQ(converted(compressed, "MIREL_NV12_2.yuv"), asItIs);
-    EXPECT_EQ(lines.back(), Error(kTag, "[p] Failed to dump uncompressed !"));
+    EXPECT_EQ(lines.back(), "E [p] Failed to dump uncompressed !");
 }
 
 }  // namespace

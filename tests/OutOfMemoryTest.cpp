@@ -20,6 +20,9 @@ void* operator new(size_t size, const std::nothrow_t&) noexcept {
         return nullptr;
     return ::operator new(size);
 }
+void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
+    return ::operator new(size, tag);
+}
 
 namespace lx2::test {
 namespace {
@@ -53,7 +56,7 @@ TEST_F(OutOfMemoryTest, AConverterSaysWhatItLacksAndConvertsTheNextGeometry) {
     }
 }
 
-TEST_F(OutOfMemoryTest, AFileLoggerThatCannotBeMadeLeavesNoFileOpen) {
+TEST_F(OutOfMemoryTest, AFileLoggerThatCannotBeMadeSaysSoAndADumpGoesOn) {
     TempDir dir;
     const size_t before = OpenFiles();
     gC2FileLogLevel = 1;
@@ -63,7 +66,17 @@ TEST_F(OutOfMemoryTest, AFileLoggerThatCannotBeMadeLeavesNoFileOpen) {
         EXPECT_EQ(LX2FileLogger::Create(dir / "log.txt", &logger), C2_NO_MEMORY);
         EXPECT_EQ(logger, nullptr);
         EXPECT_EQ(OpenFiles(), before);
+        EXPECT_THAT(log.take(),
+                    ElementsAre(Error(
+                        "FileLog", "No memory for the logger of log file : " + dir / "log.txt")));
     }
+    std::unique_ptr<LX2FileDump> dump;
+    ASSERT_EQ(LX2FileDump::Create("video/avc", dir / "dump", &dump), C2_OK);
+    const auto buffer = LinearBuffer(4);
+    gFailing = 1;  // the stream's buffer: it is written without
+    EXPECT_EQ(dump->write(buffer), C2_OK);
+    EXPECT_EQ(gFailing, 0);
+    EXPECT_EQ(ReadAll(dir / "dump").size(), 4u);
 }
 
 TEST_F(OutOfMemoryTest, AParameterThatCannotGrowStaysAsItIs) {

@@ -287,7 +287,8 @@ class LX2_API LX2Buffer::Graphic {
     // The platform's view of the handle, owned by this view; null for an invalid view.
     LX2PlatformBuffer* platformBuffer() const { return mPlatformBuffer.get(); }
 
-    // Makes the view and its mappings take the allocation to be this long, in bytes.
+    // Makes the view and its mappings take the allocation to be this long, in bytes, until init().
+    // The platform buffer keeps what the handle says.
     void setAllocSize(uint32_t size);
 
     // The crop in pixels; all zero when none is set.
@@ -343,6 +344,7 @@ class LX2_API LX2Buffer::Graphic {
     LX2Buffer* mParent;
     bool mValid;
     C2Rect mCrop;
+    uint32_t mAllocSize = 0;
     uint32_t mCompressedSize = 0;
     std::unique_ptr<LX2PlatformBuffer> mPlatformBuffer;
     std::shared_ptr<C2GraphicBlock> mBlock;

@@ -13,9 +13,12 @@
 
 namespace lx2 {
 
-// Writes buffers into a file, one call a buffer. Bitstream buffers go in as they are, after their
-// codec-specific data, VP8 and VP9 in the IVF container; uncompressed frames row by row without
-// padding; compressed frames as they lie in memory, or converted to their linear format first.
+// Writes buffers into a file, one call a buffer. Bitstream buffers go in as they are, after the
+// codec-specific data among their infos, VP8 and VP9 in the IVF container; uncompressed frames row
+// by row without padding; compressed frames as they lie in memory, or converted to their linear
+// format first. Rows lie where the buffer's planes() are, but of NV12 and I420, whose pitch is
+// taken to be the width: dumps of a width that is no multiple of 16 are skewed. MIREL_P010 is
+// written whole.
 //
 // A dump takes linear or graphic buffers, whichever comes first, for its whole life. Its file is
 // opened by the first write and complete after each. A failed write leaves the dump usable: the
@@ -31,9 +34,11 @@ class LX2_API LX2FileDump {
                             std::unique_ptr<LX2FileDump>* out, bool forceLinear);
 
     // A dump into the one file path (cut to 127 characters). A change of geometry or format starts
-    // the file anew. Statuses as above.
+    // the file anew. Without forceLinear, compressed frames stay as they are. Statuses as above.
     static LX2Status Create(const std::string& mime, const std::string& path,
                             std::unique_ptr<LX2FileDump>* out);
+    static LX2Status Create(const std::string& mime, const std::string& path,
+                            std::unique_ptr<LX2FileDump>* out, bool forceLinear);
 
     // What both make: path counts without generateName, id and prefix with it.
     LX2FileDump(const std::string& mime, uint32_t id, bool generateName, const std::string& prefix,
@@ -46,13 +51,18 @@ class LX2_API LX2FileDump {
     // Appends one buffer. Maps it for reading; its memory must not be secure.
     // C2_OK; LX2_ERROR for a null buffer, one of the other kind, one that cannot be mapped or whose
     // range exceeds its memory, and when the file cannot be opened; C2_NO_INIT for a dump that was
-    // moved from. Errors of writing to the open file (a full disk) are not reported.
+    // moved from. A write that comes out short (a full disk) is no failure: the first of each file
+    // is logged, and the dump goes on.
     LX2Status write(std::shared_ptr<LX2Buffer> buffer);
 
     // The same for a buffer from the framework, but LX2_BAD_ARG for null. A frame's memory is taken
     // to be as long as the video core makes such a frame, unless the rows that are written need
     // more of it.
     LX2Status write(std::shared_ptr<C2Buffer> buffer);
+
+    // The path of the file that the last write went to; before the first the path given, or
+    // nothing while the name is still to be made. Empty for a dump that was moved from.
+    std::string path() const;
 
     class LX2_LOCAL Impl;
 
@@ -68,8 +78,8 @@ class LX2_API LX2FileLogger {
   public:
     // A logger that appends to path, in place of the one that *out held, whose file is closed
     // first. The file is created if missing.
-    // C2_OK; LX2_BAD_ARG for a null out; C2_CANNOT_DO while gC2FileLogLevel is 0; LX2_ERROR,
-    // logged, when the file cannot be opened; C2_NO_MEMORY. *out is empty after a failure.
+    // C2_OK; LX2_BAD_ARG for a null out; C2_CANNOT_DO while gC2FileLogLevel is 0; LX2_ERROR when
+    // the file cannot be opened and C2_NO_MEMORY, both logged. *out is empty after a failure.
     static LX2Status Create(const std::string& path, std::unique_ptr<LX2FileLogger>* out);
 
     // A logger without a file, which writes nothing.

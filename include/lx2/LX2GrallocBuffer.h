@@ -94,10 +94,6 @@ class LX2_API LX2GrallocBuffer : public LX2PlatformBuffer {
                           std::vector<std::unique_ptr<C2Param>>* configUpdates) override;
     LX2Status setMetadata(const std::vector<std::shared_ptr<C2Info>>& infos) override;
 
-    // Replaces the allocation size that this import reports, in bytes; other imports keep theirs.
-    // An invalid object stays as it is.
-    void setAllocSize(uint32_t size);
-
   private:
     native_handle_t* mHandle = nullptr;
     bool mValid = false;
