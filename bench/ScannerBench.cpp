@@ -51,7 +51,7 @@ Bytes MakeStream() {
         origin = "the sample avc.264, repeated (there is no ffmpeg)";
         once = Sample();
     }
-    if (once.empty() || !lx2::IsStartCode(once.data())) {
+    if (once.empty() || !lx2::startcode::IsLong(once.data())) {
         fprintf(stderr, "no stream to scan\n");
         exit(1);
     }
@@ -62,7 +62,8 @@ Bytes MakeStream() {
     stream.push_back(0);
     const size_t end = kStreamSize - 4;
     size_t codes = 0;
-    for (size_t p = 0; (p = lx2::FindStartCodePlain(stream.data(), p, end)) < end; ++p)
+    for (size_t p = 0;
+         (p = lx2::startcode::FindPlain<lx2::startcode::IsLong>(stream.data(), p, end)) < end; ++p)
         ++codes;
     fprintf(stderr, "Stream: %s; %zu bytes, %zu four-byte start codes\n", origin, kStreamSize,
             codes);
@@ -80,7 +81,8 @@ void Run(benchmark::State& state, Count count) {
     const uint8_t* data = Stream().data();
     const size_t end = kStreamSize - 4;
     size_t expected = 0;
-    for (size_t p = 0; (p = lx2::FindStartCodePlain(data, p, end)) < end; ++p)
+    for (size_t p = 0; (p = lx2::startcode::FindPlain<lx2::startcode::IsLong>(data, p, end)) < end;
+         ++p)
         ++expected;
     for (auto _ : state) {
         if (count(data) != expected) {
@@ -109,7 +111,8 @@ void PlainScan(benchmark::State& state) {
     Run(state, [](const uint8_t* data) {
         size_t codes = 0;
         const size_t end = kStreamSize - 4;
-        for (size_t p = 0; (p = lx2::FindStartCodePlain(data, p, end)) < end; ++p)
+        for (size_t p = 0;
+             (p = lx2::startcode::FindPlain<lx2::startcode::IsLong>(data, p, end)) < end; ++p)
             ++codes;
         return codes;
     });
@@ -120,7 +123,7 @@ void Memmem(benchmark::State& state) {
         size_t codes = 0;
         const uint8_t* end = data + kStreamSize - 1;
         for (const uint8_t* p = data;; ++p, ++codes) {
-            p = static_cast<const uint8_t*>(memmem(p, end - p, lx2::kStartCode, 4));
+            p = static_cast<const uint8_t*>(memmem(p, end - p, lx2::startcode::kLong, 4));
             if (p == nullptr)
                 return codes;
         }

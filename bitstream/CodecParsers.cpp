@@ -50,6 +50,24 @@ LX2Status FindHeadersOf(const char* codec, const uint8_t* buf, uint32_t size, ui
     return status;
 }
 
+template <class Parser>
+LX2Status FindCodecConfigOf(const uint8_t* buf, uint32_t size, uint32_t* configSize,
+                            bool (*isHeader)(uint32_t)) {
+    if (buf == nullptr || configSize == nullptr)
+        return LX2_BAD_ARG;
+    *configSize = 0;
+    bool found = false;
+    for (const LX2NalUnit& unit : LX2NalUnits<Parser>(buf, size)) {
+        if (*configSize != 0 && !isHeader(unit.type))
+            break;
+        found = found || isHeader(unit.type);
+        *configSize = unit.offset + unit.size;
+    }
+    if (!found)
+        *configSize = 0;
+    return found ? C2_OK : C2_NOT_FOUND;
+}
+
 }  // namespace
 
 LX2Status LX2AVCStreamParser::FindNAL(const uint8_t* buf, uint32_t size, uint32_t* nalSize,
@@ -59,6 +77,11 @@ LX2Status LX2AVCStreamParser::FindNAL(const uint8_t* buf, uint32_t size, uint32_
 
 LX2Status LX2AVCStreamParser::FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize) {
     return FindHeadersOf<LX2AVCStreamParser>("AVC", buf, size, headerSize, IsAvcHeader);
+}
+
+LX2Status LX2AVCStreamParser::FindCodecConfig(const uint8_t* buf, uint32_t size,
+                                              uint32_t* configSize) {
+    return FindCodecConfigOf<LX2AVCStreamParser>(buf, size, configSize, IsAvcHeader);
 }
 
 uint16_t LX2AVCStreamParser::ExtractNalType(uint16_t header) {
@@ -77,6 +100,11 @@ LX2Status LX2HEVCStreamParser::FindNAL(const uint8_t* buf, uint32_t size, uint32
 LX2Status LX2HEVCStreamParser::FindHeaders(const uint8_t* buf, uint32_t size,
                                            uint32_t* headerSize) {
     return FindHeadersOf<LX2HEVCStreamParser>("HEVC", buf, size, headerSize, IsHevcHeader);
+}
+
+LX2Status LX2HEVCStreamParser::FindCodecConfig(const uint8_t* buf, uint32_t size,
+                                               uint32_t* configSize) {
+    return FindCodecConfigOf<LX2HEVCStreamParser>(buf, size, configSize, IsHevcHeader);
 }
 
 uint16_t LX2HEVCStreamParser::ExtractNalType(uint16_t header) {

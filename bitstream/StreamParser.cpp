@@ -13,7 +13,8 @@ namespace {
 using ExtractType = std::function<uint16_t(uint16_t)>;
 
 constexpr uint16_t kNoType = 0xFFFF;
-constexpr uint32_t kHeaderEnd = sizeof(kStartCode) + 2;  // of a unit's start code and header word
+constexpr uint32_t kHeaderEnd =
+    sizeof(startcode::kLong) + 2;  // of a unit's start code and header word
 constexpr size_t kFirstSearched = 5;
 
 uint16_t HeaderWord(const uint8_t* unit) {
@@ -24,12 +25,13 @@ uint16_t HeaderWord(const uint8_t* unit) {
 // caller's own bytes only. A length may reach beyond them, and there the search goes byte by byte
 // and touches nothing behind the start code that ends it.
 size_t NextStartCode(const uint8_t* buf, size_t end, size_t ownBytes) {
-    const size_t ownEnd = ownBytes < sizeof(kStartCode) ? 0 : ownBytes - sizeof(kStartCode);
+    const size_t ownEnd =
+        ownBytes < sizeof(startcode::kLong) ? 0 : ownBytes - sizeof(startcode::kLong);
     const size_t blockEnd = std::min(end, ownEnd);
-    const size_t found = FindStartCode(buf, kFirstSearched, blockEnd);
+    const size_t found = startcode::Find<startcode::IsLong>(buf, kFirstSearched, blockEnd);
     if (found < blockEnd)
         return found;
-    return FindStartCodePlain(buf, std::max(blockEnd, kFirstSearched), end);
+    return startcode::FindPlain<startcode::IsLong>(buf, std::max(blockEnd, kFirstSearched), end);
 }
 
 // _FindNAL on a buffer of whose size bytes the first ownBytes are known to be the caller's.
@@ -43,13 +45,13 @@ LX2Status MeasureNAL(const uint8_t* buf, uint32_t size, size_t ownBytes, uint32_
     }
     *nalSize = 0;
     *nextType = kNoType;
-    if (!IsStartCode(buf)) {
+    if (!startcode::IsLong(buf)) {
         LX2_LOGE("FindNAL: buffer does not start with start-code !");
         return C2_CORRUPTED;
     }
     *type = extractType(HeaderWord(buf));
 
-    const size_t end = size - sizeof(kStartCode);  // at least one byte follows a start code
+    const size_t end = size - sizeof(startcode::kLong);  // at least one byte follows a start code
     const size_t next = NextStartCode(buf, end, ownBytes);
     if (next >= end) {
         *nalSize = size;
@@ -83,9 +85,10 @@ LX2Status _FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize,
     uint32_t unitSize = 0;
     bool found = false;
     // A unit's length is the buffer's less four bytes a unit walked over, not what is left of the
-    // buffer, and the same four bytes bound the number of units. Components rely on both.
+    // buffer. Components rely on that, and on the same four bytes as a bound of the walk, although
+    // the length always falls below that of a unit's header first.
     uint32_t remaining = size;
-    uint32_t counter = sizeof(kStartCode);
+    uint32_t counter = sizeof(startcode::kLong);
     for (;;) {
         const size_t ownBytes = size - std::min(*headerSize, size);
         if (MeasureNAL(buf + *headerSize, remaining, ownBytes, &unitSize, &current, &next,
@@ -97,13 +100,30 @@ LX2Status _FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize,
         found = found || isHeader(current);
         if (!isHeader(next) || counter >= size)
             break;
-        remaining -= sizeof(kStartCode);
-        counter += sizeof(kStartCode);
+        remaining -= sizeof(startcode::kLong);
+        counter += sizeof(startcode::kLong);
     }
     if (found)
         return C2_OK;
     LX2_LOGD("No header detected!");
     return C2_NOT_FOUND;
+}
+
+uint32_t _FindStartCode(const uint8_t* buf, uint32_t size, uint32_t from, uint32_t* codeSize) {
+    constexpr uint32_t kShortSize = 3;
+    *codeSize = 0;
+    if (buf == nullptr || size < kShortSize)
+        return size;
+    const size_t end = size - kShortSize + 1;
+    // The fast scan may read the byte behind a short code, which at the end is not the caller's.
+    size_t found = startcode::Find<startcode::IsShort>(buf, from, end - 1);
+    if (found + 1 >= end)
+        found = startcode::FindPlain<startcode::IsShort>(buf, std::max<size_t>(from, end - 1), end);
+    if (found >= end)
+        return size;
+    const bool isLong = found > from && buf[found - 1] == 0;
+    *codeSize = kShortSize + (isLong ? 1 : 0);
+    return static_cast<uint32_t>(found - (isLong ? 1 : 0));
 }
 
 }  // namespace lx2

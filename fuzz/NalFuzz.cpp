@@ -51,7 +51,7 @@ class Plain {
     bool isStartCode(size_t position) {
         const uint8_t bytes[] = {at(position), at(position + 1), at(position + 2),
                                  at(position + 3)};
-        return std::equal(bytes, bytes + 4, kStartCode);
+        return std::equal(bytes, bytes + 4, startcode::kLong);
     }
     template <typename Parser>
     uint16_t type(size_t unit) {
@@ -142,8 +142,11 @@ void Scan(const uint8_t* data, size_t size) {
     const size_t end = size - kBehind;
     const size_t from = std::min<size_t>(data[size - 1], end);
     ExactBytes storage(data, size);
-    FUZZ_CHECK(FindStartCode(storage.data(), from, end) ==
-               FindStartCodePlain(storage.data(), from, end));
+    using namespace startcode;
+    FUZZ_CHECK(Find<IsLong>(storage.data(), from, end) ==
+               FindPlain<IsLong>(storage.data(), from, end));
+    FUZZ_CHECK(Find<IsShort>(storage.data(), from, end) ==
+               FindPlain<IsShort>(storage.data(), from, end));
 }
 
 }  // namespace

@@ -4,8 +4,6 @@
 #include <sstream>
 
 #include "Fixture.h"
-#include "Ivf.h"
-#include "ReadFile.h"
 
 namespace lx2::test {
 namespace {
@@ -72,24 +70,6 @@ TEST_F(IVFHeadersTest, RefusesAMissingTargetAndTooFewBytes) {
                                         "IVFStreamHeader::" + null + " sz=32 v/s 32",
                                         "IVFFrameHeader::" + full.str() + " sz=11 v/s 12",
                                         "IVFFrameHeader::" + null + " sz=12 v/s 12"}));
-}
-
-// Through the examples' reader, files that another program wrote.
-TEST_F(IVFHeadersTest, ReadsFilesOfOthers) {
-    for (const char* name : {"vp8.ivf", "vp9.ivf"}) {
-        std::vector<uint8_t> bytes;
-        example::IvfFile file;
-        EXPECT_EQ(example::ReadFile(std::string(LX2_SAMPLES_DIR "/") + name, &bytes), "");
-        EXPECT_EQ(example::ReadIvf(bytes, &file), "");
-        EXPECT_EQ(std::string(file.header.fourcc, 4), name[2] == '8' ? "VP80" : "VP90");
-        EXPECT_EQ(file.header.width, 320);
-        EXPECT_EQ(file.header.height, 180);
-        ASSERT_EQ(file.frames.size(), 72u);
-        EXPECT_EQ(file.frames[71].timestamp, 71u * file.header.rate / file.header.scale / 24);
-        EXPECT_EQ(file.frames[71].offset + file.frames[71].size, file.bytes.size());
-    }
-    example::IvfFile file;
-    EXPECT_EQ(example::ReadIvf({'D', 'K', 'I', 'V'}, &file), "is not an IVF file");
 }
 
 }  // namespace

@@ -31,16 +31,14 @@ uint64_t TimestampOf(size_t frame) {
 // Fills a buffer with an access unit and sets its values. Null if there is no memory for it.
 std::shared_ptr<LX2Buffer> Fill(LX2LinearBufferPool& pool, const ByteStream& stream, size_t index) {
     const AccessUnit& unit = stream.accessUnits[index];
-    // FindHeaders may look as far behind the unit as the unit is long, and wants zeros there.
-    pool.setBufferSize(2 * unit.size);
+    pool.setBufferSize(unit.size);
     std::shared_ptr<LX2Buffer> buffer;
     if (pool.allocate(&buffer) != C2_OK)
         return nullptr;
     const auto mapping = buffer->linear()->map();
-    if (mapping == nullptr || mapping->data() == nullptr)
+    if (!LX2Buffer::Mapping::IsUsable(mapping))
         return nullptr;
     memcpy(mapping->data(), stream.bytes.data() + unit.offset, unit.size);
-    memset(mapping->data() + unit.size, 0, mapping->size() - unit.size);
 
     const bool last = index + 1 == stream.accessUnits.size();
     buffer->linear()->setRange(0, unit.size);
@@ -54,13 +52,11 @@ std::shared_ptr<LX2Buffer> Fill(LX2LinearBufferPool& pool, const ByteStream& str
 // The bytes of codec configuration that a buffer begins with; 0 without any.
 uint32_t HeaderSize(VideoCodec codec, LX2Buffer& buffer) {
     const auto mapping = buffer.linear()->mapReadOnly();
-    if (mapping == nullptr || mapping->data() == nullptr)
-        return 0;
-    const auto find = codec == VideoCodec::Avc ? LX2AVCStreamParser::FindHeaders
-                                               : LX2HEVCStreamParser::FindHeaders;
+    const auto bytes = buffer.linear()->bytes(mapping);
+    const auto find = codec == VideoCodec::Avc ? LX2AVCStreamParser::FindCodecConfig
+                                               : LX2HEVCStreamParser::FindCodecConfig;
     uint32_t size = 0;
-    const uint8_t* data = mapping->data() + buffer.linear()->offset();
-    return find(data, buffer.linear()->size(), &size) == C2_OK ? size : 0;
+    return find(bytes.data, bytes.size, &size) == C2_OK ? size : 0;
 }
 
 // Whether the framework's side of a buffer holds just these bytes.
@@ -68,8 +64,8 @@ bool ReadsBackAs(LX2Buffer& buffer, const uint8_t* bytes, uint32_t size) {
     const auto wrapped = LX2Buffer::CreateFromC2Buffer(buffer.getSharedBuffer());
     const LX2Buffer::Linear& view = *wrapped->linear();
     const auto mapping = view.mapReadOnly();
-    return mapping != nullptr && mapping->data() != nullptr && view.size() == size &&
-           memcmp(mapping->data() + view.offset(), bytes, size) == 0;
+    const auto read = view.bytes(mapping);
+    return read && read.size == size && memcmp(read.data, bytes, size) == 0;
 }
 
 std::string UnitList(VideoCodec codec, const AccessUnit& unit) {
