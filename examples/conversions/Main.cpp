@@ -5,6 +5,7 @@
 #include <lx2/LX2BufferPool.h>
 #include <lx2/LX2ColorConverter.h>
 #include <lx2/PixFormat.h>
+#include <lx2host/OpenResources.h>
 #include <lx2host/VideoCore.h>
 
 #include <algorithm>
@@ -12,8 +13,6 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
-
-#include "../common/OpenResources.h"
 
 namespace lx2::example {
 
@@ -112,7 +111,7 @@ bool ConvertAll() {
 }  // namespace lx2::example
 
 int main() {
-    const lx2::example::OpenResources before;
+    const lx2::host::OpenResources before;
     const bool good = lx2::example::ConvertAll();
     const auto left = before.leftOpen();
     for (const std::string& line : left)

@@ -3,6 +3,7 @@
 // left open.
 #include <lx2host/Gralloc.h>
 #include <lx2host/GraphicPools.h>
+#include <lx2host/OpenResources.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +11,6 @@
 #include <filesystem>
 
 #include "../common/ComponentParams.h"
-#include "../common/OpenResources.h"
 #include "Component.h"
 
 namespace lx2::example {
@@ -119,7 +119,7 @@ int Run(const Settings& settings) {
             return kExitDamaged;
         }
     }
-    const OpenResources before;
+    const host::OpenResources before;
     const bool clean = DecodeStream(*input, settings);
     const auto left = before.leftOpen();
     for (const std::string& line : left)

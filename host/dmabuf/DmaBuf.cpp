@@ -13,6 +13,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <new>
 #include <tuple>
 #include <utility>
 
@@ -73,8 +74,13 @@ int Sync(int fd, const dma_buf_sync* sync) {
         errno = error;
         return -1;
     }
-    Count(&state, {info.st_dev, info.st_ino, sync->flags & DMA_BUF_SYNC_RW},
-          (sync->flags & DMA_BUF_SYNC_END) != 0);
+    try {
+        Count(&state, {info.st_dev, info.st_ino, sync->flags & DMA_BUF_SYNC_RW},
+              (sync->flags & DMA_BUF_SYNC_END) != 0);
+    } catch (const std::bad_alloc&) {  // nothing leaves an ioctl but its errno
+        errno = ENOMEM;
+        return -1;
+    }
     return 0;
 }
 

@@ -1,4 +1,5 @@
 #include <C2AllocatorGralloc.h>
+#include <PrivateRecord.h>
 #include <lx2/PixFormat.h>
 #include <lx2device/PrivateHandle.h>
 #include <lx2host/DmaBuf.h>
@@ -9,6 +10,7 @@
 
 #include <atomic>
 #include <limits>
+#include <utility>
 
 namespace lx2::host {
 
@@ -29,25 +31,17 @@ uint64_t NextId() {
     return static_cast<uint64_t>(getpid()) << 32 | ++counter;
 }
 
-// The descriptors belong to the record that this object keeps.
 class GrallocAllocation : public C2GraphicAllocation {
   public:
-    GrallocAllocation(uint32_t width, uint32_t height, C2Handle* handle)
-        : C2GraphicAllocation(width, height), mHandle(handle) {
-        HardwareMemory::Hold(mHandle);
+    GrallocAllocation(uint32_t width, uint32_t height, OwnedHandle handle)
+        : C2GraphicAllocation(width, height), mHandle(std::move(handle)) {
+        HardwareMemory::Hold(mHandle.get());
     }
-    ~GrallocAllocation() override {
-        HardwareMemory::Drop(mHandle);
-        native_handle_close(mHandle);
-        native_handle_delete(mHandle);
-    }
-    GrallocAllocation(const GrallocAllocation&) = delete;
-    GrallocAllocation& operator=(const GrallocAllocation&) = delete;
 
-    const C2Handle* handle() const override { return mHandle; }
+    const C2Handle* handle() const override { return mHandle.get(); }
 
   private:
-    C2Handle* mHandle;
+    OwnedHandle mHandle;
 };
 
 void CloseIfOpen(int fd) {
@@ -81,16 +75,16 @@ std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t he
     record.fd = AllocateDmaBuf(record.size);
     record.metadataFd = AllocateDmaBuf(kMetadataSize);
 
-    C2Handle* wrapped = record.fd < 0 || record.metadataFd < 0
-                            ? nullptr
-                            : android::WrapNativeCodec2GrallocHandle(&record.header, width, height,
-                                                                     format, usage, frame.stride);
+    OwnedHandle wrapped;
+    if (record.fd >= 0 && record.metadataFd >= 0)
+        wrapped.reset(android::WrapNativeCodec2GrallocHandle(&record.header, width, height, format,
+                                                             usage, frame.stride));
     if (wrapped == nullptr) {
         CloseIfOpen(record.fd);
         CloseIfOpen(record.metadataFd);
         return nullptr;
     }
-    return std::make_shared<GrallocAllocation>(width, height, wrapped);
+    return std::make_shared<GrallocAllocation>(width, height, std::move(wrapped));
 }
 
 uint64_t BufferId(const C2Handle* handle) {

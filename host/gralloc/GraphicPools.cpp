@@ -63,13 +63,15 @@ struct SlotGraphicPool::State {
 
     // Ties a slot to a block.
     struct Lease : _C2BlockPoolData {
-        Lease(std::shared_ptr<State> s, size_t i) : state(std::move(s)), index(i) {}
+        explicit Lease(std::shared_ptr<State> s) : state(std::move(s)) {}
         ~Lease() override {
+            if (!index)
+                return;
             std::lock_guard<std::mutex> guard(state->lock);
-            --state->slots[index].out;
+            --state->slots[*index].out;
         }
         std::shared_ptr<State> state;
-        size_t index;
+        std::optional<size_t> index;
     };
 
     // A slot to hand out now, its buffer made to measure; none when all are out or memory is.
@@ -109,15 +111,20 @@ c2_status_t SlotGraphicPool::fetchGraphicBlock(uint32_t width, uint32_t height, 
                                                C2MemoryUsage usage,
                                                std::shared_ptr<C2GraphicBlock>* block) {
     block->reset();
-    c2_status_t status = C2_OK;
-    std::lock_guard<std::mutex> guard(mState->lock);
-    const auto index = mState->pick({width, height, format, usage.expected}, &status);
-    if (!index)
-        return status;
-    Slot& slot = mState->slots[*index];
-    ++slot.out;
-    *block = _C2BlockFactory::CreateGraphicBlock(slot.allocation,
-                                                 std::make_shared<State::Lease>(mState, *index));
+    // Whatever throws below, the lease brings its slot back, and finds the lock free.
+    const auto lease = std::make_shared<State::Lease>(mState);
+    std::shared_ptr<C2GraphicAllocation> allocation;
+    {
+        c2_status_t status = C2_OK;
+        std::lock_guard<std::mutex> guard(mState->lock);
+        lease->index = mState->pick({width, height, format, usage.expected}, &status);
+        if (!lease->index)
+            return status;
+        Slot& slot = mState->slots[*lease->index];
+        ++slot.out;
+        allocation = slot.allocation;
+    }
+    *block = _C2BlockFactory::CreateGraphicBlock(allocation, lease);
     return C2_OK;
 }
 

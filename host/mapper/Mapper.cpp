@@ -48,10 +48,7 @@ class Mapper : public IMapper {
             if (state.imports.erase(buffer) == 0)
                 return Error::BAD_BUFFER;
         }
-        auto* handle = static_cast<native_handle_t*>(buffer);
-        HardwareMemory::Drop(handle);
-        native_handle_close(handle);
-        native_handle_delete(handle);
+        CloseHandle()(static_cast<native_handle_t*>(buffer));
         return Error::NONE;
     }
 
@@ -64,11 +61,12 @@ class Mapper : public IMapper {
         // Only the allocator's own records are let in.
         if (PrivateRecordOf(handle) == nullptr)
             return Error::BAD_BUFFER;
-        *imported = native_handle_clone(handle);
-        if (*imported == nullptr)
+        OwnedHandle clone(native_handle_clone(handle));
+        if (clone == nullptr)
             return Error::NO_RESOURCES;
-        HardwareMemory::Hold(*imported);
-        state.imports.insert(*imported);
+        HardwareMemory::Hold(clone.get());
+        state.imports.insert(clone.get());
+        *imported = clone.release();
         return Error::NONE;
     }
 };

@@ -1,14 +1,23 @@
 // What a process holds open of the platform: descriptors, buffer mappings, imported handles and
-// cache brackets. A component takes a count before it starts and asks at its end what is left.
+// cache brackets. A test takes a count before its component starts and asks at the end what is
+// left:
+//
+//     const lx2::host::OpenResources before;
+//     ... the component's whole life ...
+//     EXPECT_TRUE(before.leftOpen().empty());
+//
+// Counts are the whole process's: other threads hold nothing of their own meanwhile.
 #pragma once
+
+#include <lx2host/DmaBuf.h>
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-namespace lx2::example {
+namespace lx2::host {
 
-class OpenResources {
+class LX2_HOST_API OpenResources {
   public:
     // Counts what is open now.
     OpenResources();
@@ -24,4 +33,4 @@ class OpenResources {
     uint64_t mBrackets;
 };
 
-}  // namespace lx2::example
+}  // namespace lx2::host

@@ -1,12 +1,11 @@
-#include "OpenResources.h"
-
 #include <lx2host/DmaBuf.h>
 #include <lx2host/Mapper.h>
+#include <lx2host/OpenResources.h>
 
 #include <filesystem>
 #include <fstream>
 
-namespace lx2::example {
+namespace lx2::host {
 
 namespace {
 
@@ -35,8 +34,8 @@ void Compare(std::vector<std::string>* left, const char* what, uint64_t before, 
 OpenResources::OpenResources()
     : mDescriptors(CountDescriptors()),
       mMappings(CountBufferMappings()),
-      mImports(host::LiveImports()),
-      mBrackets(host::GetSyncCounts().open) {}
+      mImports(LiveImports()),
+      mBrackets(GetSyncCounts().open) {}
 
 std::vector<std::string> OpenResources::leftOpen() const {
     std::vector<std::string> left;
@@ -45,8 +44,8 @@ std::vector<std::string> OpenResources::leftOpen() const {
     Compare(&left, "buffer mappings", mMappings, now.mMappings);
     Compare(&left, "imported handles", mImports, now.mImports);
     Compare(&left, "cache brackets", mBrackets, now.mBrackets);
-    Compare(&left, "unmatched cache ends", 0, host::GetSyncCounts().unmatched);
+    Compare(&left, "unmatched cache ends", 0, GetSyncCounts().unmatched);
     return left;
 }
 
-}  // namespace lx2::example
+}  // namespace lx2::host
