@@ -31,6 +31,7 @@ decode() {  # decode <name> <argument...>
     "${decoder[@]}" --out "$work/$name" "$@" >"$work/$name.txt" 2>"$work/$name.log"
 }
 says() { grep -qF -- "$2" "$work/$1.txt" "$work/$1.log"; }
+says_of() { decode "${1%.*}" "$1" && says "${1%.*}" "$2"; }  # <file> <words>
 silent_about() { ! grep -qE -- "$2" "$work/$1.txt"; }
 md5() { ffmpeg -v error -i "$1" -f md5 -; }
 same_pictures() { [ "$(md5 "$1")" = "$(md5 "$2")" ]; }
@@ -69,6 +70,88 @@ cat "$work/resize/frames.yuv" "$work/resize/frames_2.yuv" >"$work/both.yuv"
 ffmpeg -v error -y -i "$samples/avc_resize.264" -autoscale 0 -f rawvideo -pix_fmt nv12 \
     "$work/reference.yuv"
 check "a change of size: both files together are FFmpeg's frames" cmp "$work/reference.yuv" "$work/both.yuv"
+
+# Streams of which the samples have nothing, made here.
+cd "$work" || exit 1
+encode() { # encode <size> <encoder> <name> [<option>...]
+    local size=$1 codec=$2 name=$3
+    shift 3
+    ffmpeg -v error -y -f lavfi -i testsrc2=size=320x192:rate=25 -frames:v 20 -an \
+        -vf "scale=${size/x/:},format=yuv420p" -c:v "$codec" -threads 1 "$@" "$name"
+}
+equals() { # equals <name> <frames>: so many frames come out, and they are FFmpeg's
+    local name=${1%.*} size visible
+    says_of "$1" "frames shown           $2" || { cat "$name.txt"; return 1; }
+    ffmpeg -v error -y -threads 1 -strict 1 -i "$1" -fps_mode passthrough -f rawvideo \
+        -pix_fmt yuv420p reference.yuv
+    read -r _ size _ _ visible <<<"$(sed -n 's/^  wrote *//p' "$name.txt")"
+    visible=${visible:-$size}
+    ffmpeg -v error -f rawvideo -pix_fmt nv12 -s "$size" -i "$name/frames.yuv" -f rawvideo \
+        -vf "format=yuv420p,crop=${visible/x/:}:0:0:exact=1" - | cmp - reference.yuv
+}
+units() { # units <Perl>: edits the units of a byte stream; $_ has one, $type its first byte
+    perl -0777 -ne 'for (split /(?=\x00\x00\x01)/) { $type = ord(/^\x00\x00\x01(.)/s ? $1 : "");'"$1; print }"
+}
+
+encode 176x144 libx264 vui.264 -profile:v main -bf 8 -x264-params b-pyramid=normal:b-adapt=0:ref=8
+# shellcheck disable=SC2016 # Perl. The parameter set ends where it says that it has a VUI.
+units '$type == 0x67 and do {
+    sub skip { for (1 .. shift) { $rest =~ s/^(0*)1//; substr($rest, 0, length $1, "") } }
+    $bits = unpack "B*", $_;
+    $rest = substr $bits, 56;
+    skip(5); substr($rest, 0, 1, ""); skip(2); substr($rest, 0, 3, "");
+    $_ = pack "B*", substr($bits, 0, length($bits) - length $rest) . "01";
+}' <vui.264 >pyramid.264
+check "without a VUI: it is gone" test "$(stat -c %s pyramid.264)" -lt "$(stat -c %s vui.264)"
+check "without a VUI a pyramid of B-frames loses none" equals pyramid.264 20
+{ head -c 7 /dev/zero; cat pyramid.264; head -c 7 /dev/zero; } >padded.264
+check "zeros around a stream are padding" equals padded.264 20
+cat "$samples/avc_crop.264" pyramid.264 >open.264
+check "an open sequence behind a closed one is decoded whole" says_of open.264 "frames shown           56"
+check "and it is noted" says open "note: open.264: the last sequence is not closed as those before it"
+
+# Two fields of one macroblock of plain samples make a frame.
+field() { printf "\0\0\0\1$1"; head -c 256 /dev/zero | tr '\0' "$2"; head -c 129 /dev/zero | tr '\0' '\200'; }
+{
+    printf '\0\0\0\1\x67\x4d\0\x0a\xda\x64\x80\0\0\0\1\x68\xce\x38\x80'
+    field '\x65\x88\x85\x21\xa0' '\040'
+    field '\x61\x88\x86\x86\x80' '\100'
+    field '\x61\x88\x8c\x86\x80' '\140'
+    field '\x61\x88\x8e\x86\x80' '\240'
+} >fields.264
+check "of two fields comes one frame" equals fields.264 2
+
+encode 176x144 libx265 gops.265 -x265-params \
+    log-level=none:pools=none:frame-threads=1:open-gop=1:keyint=8:min-keyint=8:bframes=3:b-adapt=0:scenecut=0
+check "H.265 with open groups of pictures" equals gops.265 20
+# Its second group on, which begins with a CRA picture: of the pictures that lead it those that need
+# what came before are skipped.
+# shellcheck disable=SC2016
+units '$groups += $type == 0x40; $_ = "" if $groups < 2' <gops.265 >cra.265
+check "H.265 that begins at a CRA picture" equals cra.265 12
+{ cat gops.265; printf '\0\0\0\1\x48\1'; cat cra.265; } >ends.265
+check "H.265: the end of a sequence brings out all its pictures" says_of ends.265 "frames shown           32"
+
+for codec in libvpx libvpx-vp9; do
+    encode 175x143 $codec odd_$codec.ivf -b:v 150k -auto-alt-ref 1 -lag-in-frames 16
+    check "$codec of an odd size, with hidden frames" equals odd_$codec.ivf 20
+    check "$codec of an odd size: what was written is said" says odd_$codec "frames.yuv 176x144 nv12 of 175x143"
+    encode 1x1 $codec dot_$codec.ivf
+    check "$codec of one pixel" equals dot_$codec.ivf 20
+done
+{ head -c 32 odd_libvpx.ivf; head -c 12 /dev/zero; tail -c +33 odd_libvpx.ivf; } >empty.ivf
+check "an empty IVF frame is skipped" equals empty.ivf 20
+decode colors --set default-color.primaries=1 --set default-color.matrix=0 odd_libvpx.ivf
+check "VP8: the defaults come first, then the stream's color" says colors "PRIMARIES_BT709 TRANSFER_170M MATRIX_BT601"
+check "VP8: the stream's color is said" says colors "color in the stream    PRIMARIES_UNSPECIFIED"
+
+encode 176x144 libx264 full.264 -vf format=yuv444p
+decode full full.264
+check "4:4:4 is refused in one line" test "$(grep -c '^error: ' full.txt)" -eq 1
+sed '1s/VP80/AV01/' odd_libvpx.ivf >av1.ivf
+decode av1 av1.ivf
+check "AV1 in IVF is named" says av1 "av1.ivf: holds AV01, neither VP80 nor VP90"
+cd - >/dev/null || exit 1
 
 # Damage is said in a line, and what came before it is kept.
 head -c 30000 "$samples/avc.264" >"$work/cut.264"

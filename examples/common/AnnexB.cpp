@@ -171,34 +171,55 @@ void Group(const std::vector<NalUnit>& units, ByteStream* stream, bool* hasPictu
         const bool opens =
             base && (picture ? IsFirstSlice(*stream, unit) : rules.opensAccessUnit(unit.type));
         if (stream->accessUnits.empty() || (*hasPicture && opens)) {
-            stream->accessUnits.push_back({unit.offset, 0, false, {}});
+            stream->accessUnits.push_back({unit.offset, 0, false, false, false, {}});
             *hasPicture = false;
         }
         AccessUnit& current = stream->accessUnits.back();
         current.size += unit.size;
         current.units.push_back(unit);
         current.keyFrame = current.keyFrame || (picture && rules.isKey(unit.type));
+        current.endsSequence = current.endsSequence || rules.closesSequence(unit.type);
         *hasPicture = *hasPicture || picture;
+    }
+}
+
+uint16_t PictureType(const AccessUnit& unit, const CodecRules& rules) {
+    for (const NalUnit& each : unit.units) {
+        if (rules.isPicture(each.type))
+            return each.type;
+    }
+    return UINT16_MAX;
+}
+
+// H.265: leading pictures that are skipped (RASL) behind a BLA picture, or behind a CRA picture
+// that is the stream's first or follows an end of sequence.
+void MarkSkipped(ByteStream* stream) {
+    if (stream->codec != VideoCodec::Hevc)
+        return;
+    const CodecRules& rules = RulesOf(stream->codec);
+    bool begins = true, skips = false;
+    for (AccessUnit& unit : stream->accessUnits) {
+        const uint16_t type = PictureType(unit, rules);
+        if (rules.isKey(type)) {
+            skips = begins || Between(type, 16, 18);
+            begins = false;
+        }
+        unit.skipped = skips && Between(type, 8, 9);
+        begins = begins || unit.endsSequence;
     }
 }
 
 // Whether each sequence but the last is closed by an end-of-sequence unit, and the last is not.
 bool LastSequenceIsOpen(const ByteStream& stream) {
     const CodecRules& rules = RulesOf(stream.codec);
-    const auto closed = [&](const AccessUnit& unit) {
-        return rules.closesSequence(unit.units.back().type);
-    };
     size_t ends = 0;
     for (size_t i = 1; i < stream.accessUnits.size(); ++i) {
-        const auto& units = stream.accessUnits[i].units;
-        const bool opens = std::any_of(units.begin(), units.end(), [&](const NalUnit& unit) {
-            return rules.isPicture(unit.type) && rules.opensSequence(unit.type);
-        });
-        if (opens && !closed(stream.accessUnits[i - 1]))
+        const bool opens = rules.opensSequence(PictureType(stream.accessUnits[i], rules));
+        if (opens && !stream.accessUnits[i - 1].endsSequence)
             return false;
         ends += opens;
     }
-    return ends > 0 && !closed(stream.accessUnits.back());
+    return ends > 0 && !stream.accessUnits.back().endsSequence;
 }
 
 }  // namespace
@@ -227,6 +248,7 @@ std::string CutByteStream(std::vector<uint8_t> file, const std::string& path, By
     const std::string fault = ListUnits(*stream, &units);
     bool complete = false;
     Group(units, stream, &complete);
+    MarkSkipped(stream);
     if (!fault.empty())
         return fault;
     if (!complete)

@@ -23,7 +23,9 @@ struct NalUnit {
 struct AccessUnit {
     size_t offset;
     uint32_t size;
-    bool keyFrame;  // decoding can start here
+    bool keyFrame;      // decoding can start here
+    bool endsSequence;  // by an end-of-sequence unit
+    bool skipped;       // leads a picture that opens a sequence, but needs what came before it
     std::vector<NalUnit> units;
 };
 

@@ -1,5 +1,6 @@
 #include "ComponentParams.h"
 
+#include <C2Config.h>
 #include <C2ParamInternal.h>
 #include <util/C2InterfaceHelper.h>
 
@@ -39,7 +40,7 @@ T Load(const uint8_t* place) {
 ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
     auto reflector = std::make_shared<C2ReflectorHelper>();
     reflector->addStructDescriptors<PictureSizeStruct, Priority, OutputDelay, OperatingRate, Window,
-                                    Label, Comment, InitData, QpRange>();
+                                    Label, Comment, InitData, DefaultColor, QpRange>();
     mReflector = std::move(reflector);
     describe<Priority>("priority");
     describe<OutputDelay>("output-delay");
@@ -48,6 +49,7 @@ ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
     describe<Label>("label");
     describe<Comment>("comment");
     describe<InitData>("init-data");
+    describe<DefaultColor>("default-color");
     describe<QpRange>("qp-range");
     mUpdater.addParamDesc(mReflector, mDescriptors);
     for (const auto& desc : mDescriptors)
@@ -63,6 +65,9 @@ ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
     auto initData = InitData::AllocUnique(4);
     std::copy_n("\x00\x00\x00\x01", 4, initData->m.value);
     add(std::move(initData));
+    add(std::make_unique<DefaultColor>(
+        0u, DefaultColorStruct{C2Color::RANGE_LIMITED, C2Color::PRIMARIES_BT601_525,
+                               C2Color::TRANSFER_170M, C2Color::MATRIX_BT601}));
     add(std::make_unique<QpRange>(0u, QpRangeStruct{0, 51}));
 }
 

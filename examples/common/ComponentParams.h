@@ -31,6 +31,7 @@ class ComponentParams {
         kLabel = 0x0106,
         kComment = 0x0107,
         kInitData = 0x0108,
+        kDefaultColor = 0x0109,
         kQpRange = C2Param::IS_VENDOR_FLAG | 0x0101,
     };
     struct PictureSizeStruct {
@@ -45,6 +46,15 @@ class ComponentParams {
         PictureSizeStruct picture;
         C2STRUCT_FIELDS(WindowStruct, kWindow, C2FIELD(left, "left"), C2FIELD(top, "top"),
                         C2FIELD(picture, "size"))
+    };
+    struct DefaultColorStruct {  // as C2Color numbers them
+        uint32_t range;
+        uint32_t primaries;
+        uint32_t transfer;
+        uint32_t matrix;
+        C2STRUCT_FIELDS(DefaultColorStruct, kDefaultColor, C2FIELD(range, "range"),
+                        C2FIELD(primaries, "primaries"), C2FIELD(transfer, "transfer"),
+                        C2FIELD(matrix, "matrix"))
     };
     struct LabelStruct {
         char text[16];
@@ -63,6 +73,7 @@ class ComponentParams {
     using Label = C2GlobalParam<C2Setting, LabelStruct>;
     using Comment = C2GlobalParam<C2Setting, C2StringValue, kComment>;
     using InitData = C2StreamParam<C2Info, C2BlobValue, kInitData>::output;
+    using DefaultColor = C2StreamParam<C2Tuning, DefaultColorStruct>::output;
     using QpRange = C2StreamParam<C2Tuning, QpRangeStruct>::output;
 
     // out receives everything that is printed, and outlives this object.

@@ -73,6 +73,10 @@ void Framework::check(const std::shared_ptr<C2Buffer>& buffer, const Promise& pr
     wrapped->graphic()->getPrivateMetadata({C2Param::Type(kAvTimestampRequest)}, &infos);
     if (TimestampOf(infos) != promise.timestamp)
         complain(promise, "another time stamp than promised");
+    if (mReceived > 1 && promise.timestamp <= mLastTimestamp)
+        complain(promise, "presented at " + std::to_string(promise.timestamp) +
+                              " us, the frame before it at " + std::to_string(mLastTimestamp));
+    mLastTimestamp = promise.timestamp;
     const auto* aspects = Find<C2StreamColorAspectsInfo::input>(updates);
     if (promise.aspects && (aspects == nullptr || !(*aspects == AsDisplayed(*promise.aspects))))
         complain(promise, "other colors than promised");

@@ -22,7 +22,7 @@ constexpr uint32_t kAvTimestampRequest = 0x42008015;
 // What a component says of a buffer that it hands over.
 struct Promise {
     uint64_t frameIndex = 0;
-    uint64_t timestamp = 0;  // in the buffer's display metadata
+    uint64_t timestamp = 0;  // in the buffer's display metadata, later than the frame's before it
     C2Rect crop;
     std::optional<C2ColorAspectsStruct> aspects;  // set in the buffer's display metadata
     bool hdr = false;                             // HDR static info set likewise
@@ -57,6 +57,7 @@ class Framework {
     size_t mDepth;
     std::function<void(const C2Buffer&)> mOnRelease;
     uint64_t mReceived = 0;
+    uint64_t mLastTimestamp = 0;
     std::deque<std::shared_ptr<C2Buffer>> mKept;
     std::vector<std::string> mComplaints;
 };

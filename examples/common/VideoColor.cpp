@@ -28,12 +28,14 @@ SettledColor Settle(const std::string& mime, const CodedColor& coded,
     return settled;
 }
 
+std::string Describe(const C2ColorAspectsStruct& aspects) {
+    return std::string(LX2ColorAspects::Str(aspects.primaries)) + " " +
+           LX2ColorAspects::Str(aspects.transfer) + " " + LX2ColorAspects::Str(aspects.matrix) +
+           " " + LX2ColorAspects::Str(aspects.range);
+}
+
 std::string Describe(const SettledColor& color) {
-    const C2ColorAspectsStruct& aspects = color.aspects;
-    std::string text = std::string(LX2ColorAspects::Str(aspects.primaries)) + " " +
-                       LX2ColorAspects::Str(aspects.transfer) + " " +
-                       LX2ColorAspects::Str(aspects.matrix) + " " +
-                       LX2ColorAspects::Str(aspects.range);
+    std::string text = Describe(color.aspects);
     if (color.hdr) {
         std::string hdr;
         text +=

@@ -18,10 +18,9 @@ struct CodedColor {
     std::optional<C2HdrStaticMetadataStruct> hdr;
 };
 
-// What the client configured for streams that are silent.
+// What the client configured for streams that are silent, and for VP8 and VP9.
 struct DefaultColor {
-    C2ColorAspectsStruct aspects{C2Color::RANGE_LIMITED, C2Color::PRIMARIES_BT601_525,
-                                 C2Color::TRANSFER_170M, C2Color::MATRIX_BT601};
+    C2ColorAspectsStruct aspects;
     C2HdrStaticMetadataStruct hdr;
 };
 
@@ -33,7 +32,8 @@ struct SettledColor {
 };
 SettledColor Settle(const std::string& mime, const CodedColor& coded, const DefaultColor& defaults);
 
-// One line of a settled color.
+// One line.
+std::string Describe(const C2ColorAspectsStruct& aspects);
 std::string Describe(const SettledColor& color);
 
 }  // namespace lx2::example

@@ -65,10 +65,11 @@ class Component::DeletionCounter : public LX2BufferDeleteCallback {
 };
 
 Component::Component(const InputStream& input, const Settings& settings,
-                     std::shared_ptr<C2BlockPool> surface, Framework* framework,
-                     FrameOutput* output)
+                     const DefaultColor& defaults, std::shared_ptr<C2BlockPool> surface,
+                     Framework* framework, FrameOutput* output)
     : mInput(input),
       mSettings(settings),
+      mDefaults(defaults),
       mFramework(framework),
       mOutput(output),
       mHardware(input.codec()),
@@ -147,29 +148,39 @@ std::string Component::submit(const LX2Buffer& buffer, const InputUnit& unit) {
     auto mapping = buffer.linear()->mapReadOnly();
     if (mapping == nullptr || mapping->data() == nullptr)
         return "the input buffer can't be read";
-    return mHardware.submit(mapping->data(), unit.size, unit.timestamp);
+    return mHardware.submit(mapping->data(), unit.size, unit.timestamp, unit.shown);
 }
 
-void Component::decode(const InputUnit& unit) {
+bool Component::decode(const InputUnit& unit) {
+    if (!mHardware.isReady() || mHardware.refuses())
+        return false;
     ++mStatistics.units;
     mStatistics.inputBytes += unit.size;
+    mStatistics.pictures += unit.shown ? 1 : 0;
     const std::string name = "access unit " + std::to_string(unit.index) + ": ";
     auto buffer = prepareInput(unit);
-    if (buffer == nullptr)
-        return fail(name + "no input buffer");
+    if (buffer == nullptr) {
+        fail(name + "no input buffer");
+        return true;
+    }
     note("in ", buffer);
     mOutput->writeInput(buffer);
     const std::string error = submit(*buffer, unit);
     if (!error.empty())
         fail(name + error);
-    drain();
+    deliverFinished();
+    if (unit.endsSequence) {
+        drain();
+        mHardware.restart();
+    }
+    return true;
 }
 
 void Component::finish() {
-    const std::string error = mHardware.submit(nullptr, 0, 0);
-    if (!error.empty())
-        fail("end of stream: " + error);
-    drain();
+    if (mHardware.isReady() && !mHardware.refuses()) {
+        drain();
+        compareCounts();
+    }
     mStatistics.memoryLate = ResidentKiB();
     while (!mReferences.empty())
         dropOldestReference();
@@ -179,11 +190,30 @@ void Component::finish() {
 }
 
 void Component::drain() {
-    std::string error;
-    while (auto frame = mHardware.nextFrame(&error))
-        deliver(*frame);
+    const std::string error = mHardware.drain();
     if (!error.empty())
-        fail("frame " + std::to_string(mStatistics.frames) + ": " + error);
+        fail("end of a sequence: " + error);
+    deliverFinished();
+}
+
+void Component::deliverFinished() {
+    for (;;) {
+        std::string error;
+        const auto frame = mHardware.nextFrame(&error);
+        if (frame)
+            deliver(*frame);
+        else if (!error.empty())
+            fail("frame " + std::to_string(mStatistics.frames) + ": " + error);
+        if (mHardware.refuses() || (!frame && error.empty()))
+            return;
+    }
+}
+
+// A decoder that keeps a picture to itself is the fault that is seen the least.
+void Component::compareCounts() {
+    if (mStatistics.frames != mStatistics.pictures)
+        fail(std::to_string(mStatistics.pictures) + " pictures went in and " +
+             std::to_string(mStatistics.frames) + " frames came out");
 }
 
 std::shared_ptr<LX2Buffer> Component::allocate(const DecodedFrame& frame) {
@@ -224,11 +254,12 @@ bool Component::fill(const std::shared_ptr<LX2Buffer>& buffer, const DecodedFram
 
 Promise Component::annotate(const std::shared_ptr<LX2Buffer>& buffer, const DecodedFrame& frame) {
     const SettledColor color = Settle(mInput.mime(), frame.color, mDefaults);
+    mStatistics.codedColor = Describe(frame.color.aspects);
     mStatistics.color = Describe(color);
     Promise promise;
     promise.frameIndex = mStatistics.frames;
     promise.timestamp = frame.timestamp;
-    promise.crop = C2Rect(frame.picture.width, frame.picture.height);
+    promise.crop = C2Rect(frame.width, frame.height);
     promise.hdr = color.hdr && buffer->graphic()->format() == PixFormat::MIREL_TP10;
     if (buffer->graphic()->setPrivateMetadata(color.infos) == C2_OK)
         promise.aspects = color.aspects;
@@ -276,8 +307,7 @@ void Component::deliver(const DecodedFrame& frame) {
     ++mStatistics.frames;
     if (mStatistics.frames == 1000)
         mStatistics.memoryEarly = ResidentKiB();
-    ++mStatistics.formats[std::to_string(frame.picture.width) + "x" +
-                          std::to_string(frame.picture.height) + " " +
+    ++mStatistics.formats[std::to_string(frame.width) + "x" + std::to_string(frame.height) + " " +
                           PixFormat::Str(buffer->graphic()->format())];
     auto shared = buffer->getSharedBuffer();
     if (shared != nullptr)

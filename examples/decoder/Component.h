@@ -24,6 +24,7 @@ struct Statistics {
     uint64_t units = 0;
     uint64_t headerBytes = 0;  // codec-specific data split off
     uint64_t inputBytes = 0;
+    uint64_t pictures = 0;  // of which a frame has to come
     uint64_t frames = 0;
     uint64_t holds = 0;
     uint64_t parked = 0;                      // offered by the surface while still held
@@ -31,7 +32,8 @@ struct Statistics {
     uint64_t starved = 0;                     // attempts that found no buffer
     uint64_t deleted = 0;                     // buffers that the pool told were gone
     std::map<std::string, uint64_t> formats;  // frames by "WxH FORMAT"
-    std::string color;                        // of the last frame
+    std::string codedColor;                   // of the last frame, as the stream says
+    std::string color;                        // as settled with the defaults
     std::vector<std::string> errors;          // the first of them, one line each
     uint64_t furtherErrors = 0;
     uint64_t memoryEarly = 0;  // KiB resident at frame 1000
@@ -40,13 +42,15 @@ struct Statistics {
 
 class Component {
   public:
+    // defaults: the colors where a stream is silent; of VP8 and VP9 they come before the stream's.
     // surface: where the graphic blocks come from. framework and output outlive the component.
-    Component(const InputStream& input, const Settings& settings,
+    Component(const InputStream& input, const Settings& settings, const DefaultColor& defaults,
               std::shared_ptr<C2BlockPool> surface, Framework* framework, FrameOutput* output);
     ~Component();
 
-    // Decodes one access unit and hands over the frames that it finishes.
-    void decode(const InputUnit& unit);
+    // Decodes one access unit and hands over the frames that it finishes. False when the hardware
+    // can do nothing with this stream.
+    bool decode(const InputUnit& unit);
 
     // Hands over what the hardware still has and lets all references go.
     void finish();
@@ -61,6 +65,8 @@ class Component {
                        uint32_t size);
     std::string submit(const LX2Buffer& buffer, const InputUnit& unit);
     void drain();
+    void deliverFinished();
+    void compareCounts();
     void deliver(const DecodedFrame& frame);
     std::shared_ptr<LX2Buffer> allocate(const DecodedFrame& frame);
     bool fill(const std::shared_ptr<LX2Buffer>& buffer, const DecodedFrame& frame);
@@ -72,9 +78,9 @@ class Component {
 
     const InputStream& mInput;
     const Settings& mSettings;
+    DefaultColor mDefaults;
     Framework* mFramework;
     FrameOutput* mOutput;
-    DefaultColor mDefaults;
     VideoHardware mHardware;
     std::unique_ptr<LX2LinearBufferPool> mInputPool;
     std::unique_ptr<LX2GraphicBufferPool> mOutputPool;

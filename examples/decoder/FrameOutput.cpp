@@ -12,6 +12,10 @@ uint32_t TargetFormat(uint32_t format) {
     return format == PixFormat::MIREL_TP10 ? PixFormat::YV12 : PixFormat::MIREL_NV12;
 }
 
+std::string SizeText(uint32_t width, uint32_t height) {
+    return std::to_string(width) + "x" + std::to_string(height);
+}
+
 }  // namespace
 
 FrameOutput::FrameOutput(const std::string& directory, const std::string& mime,
@@ -38,13 +42,15 @@ void FrameOutput::log(const char* text) {
         mLogger->write("%s", text);
 }
 
-void FrameOutput::beginFile(const LX2Buffer::Graphic& frame) {
+void FrameOutput::beginFile(const LX2Buffer::Graphic& frame, const C2Rect& crop) {
     const std::string number =
         mFrameFiles.empty() ? "" : "_" + std::to_string(mFrameFiles.size() + 1);
     const std::string name = "frames" + number + ".yuv";
-    mFrameFiles.push_back(name + " " + std::to_string(frame.width()) + "x" +
-                          std::to_string(frame.height()) +
-                          (frame.format() == PixFormat::YV12 ? " yv12" : " nv12"));
+    const std::string size = SizeText(frame.width(), frame.height());
+    const std::string visible = SizeText(crop.width, crop.height);
+    mFrameFiles.push_back(name + " " + size +
+                          (frame.format() == PixFormat::YV12 ? " yv12" : " nv12") +
+                          (visible == size ? "" : " of " + visible));
     LX2FileDump::Create("video/raw", mDirectory + "/" + name, &mFrameDump);
 }
 
@@ -58,7 +64,7 @@ bool FrameOutput::prepareTarget(const LX2Buffer::Graphic& frame) {
     if (mTargetPool->allocate(&mTarget) != C2_OK)
         return false;
     if (!mDirectory.empty())
-        beginFile(*mTarget->graphic());
+        beginFile(*mTarget->graphic(), frame.crop());
     return true;
 }
 

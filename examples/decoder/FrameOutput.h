@@ -31,7 +31,8 @@ class FrameOutput {
 
     void log(const char* text);
 
-    // The files of frames that were begun, in order: "frames.yuv 320x180 nv12".
+    // The files of frames that were begun, in order: "frames.yuv 320x180 nv12", or
+    // "frames.yuv 176x144 nv12 of 175x143" where a file has more rows and columns than the stream.
     const std::vector<std::string>& frameFiles() const { return mFrameFiles; }
 
     uint64_t conversions() const { return mConversions; }
@@ -41,7 +42,7 @@ class FrameOutput {
 
   private:
     bool prepareTarget(const LX2Buffer::Graphic& frame);
-    void beginFile(const LX2Buffer::Graphic& frame);
+    void beginFile(const LX2Buffer::Graphic& frame, const C2Rect& crop);
 
     std::string mDirectory;
     std::unique_ptr<LX2FileDump> mInputDump;

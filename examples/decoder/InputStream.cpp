@@ -7,6 +7,8 @@
 #include "../common/AnnexB.h"
 #include "../common/Ivf.h"
 #include "../common/ReadFile.h"
+#include "FieldPairs.h"
+#include "HiddenFrames.h"
 
 namespace lx2::example {
 
@@ -18,7 +20,9 @@ constexpr StreamKind kVp8{Codec::Vp8, "video/x-vnd.on2.vp8", "ivf"};
 constexpr StreamKind kVp9{Codec::Vp9, "video/x-vnd.on2.vp9", "ivf"};
 
 // Byte streams carry no times: 25 pictures a second.
-constexpr uint64_t kMicrosecondsPerUnit = 40000;
+constexpr uint64_t kMicrosecondsPerFrame = 40000;
+
+constexpr size_t kReadBehind = 64;
 
 std::string Printable(std::string_view fourcc) {
     std::string text(fourcc);
@@ -44,8 +48,9 @@ std::unique_ptr<InputStream> InputStream::Open(const std::string& path, std::str
     return stream;
 }
 
-void InputStream::add(size_t offset, uint32_t size, uint64_t timestamp) {
-    mUnits.push_back({mBytes.data() + offset, size, mUnits.size(), timestamp});
+InputUnit& InputStream::add(size_t offset, uint32_t size, uint64_t timestamp, bool shown) {
+    mUnits.push_back({mBytes.data() + offset, size, mUnits.size(), timestamp, shown, false});
+    return mUnits.back();
 }
 
 std::string InputStream::readIvf(std::vector<uint8_t> content) {
@@ -57,10 +62,12 @@ std::string InputStream::readIvf(std::vector<uint8_t> content) {
         return "holds " + Printable(fourcc) + ", neither VP80 nor VP90";
     mKind = *kind;
     mBytes = std::move(file.bytes);
+    const auto shows = kind == &kVp8 ? ShowsVp8 : ShowsVp9;
     for (const IvfFrame& frame : file.frames) {
         if (frame.size != 0)  // else the encoder dropped it
             add(frame.offset, frame.size,
-                frame.timestamp * 1000000 * file.header.scale / std::max(file.header.rate, 1u));
+                frame.timestamp * 1000000 * file.header.scale / std::max(file.header.rate, 1u),
+                shows(mBytes.data() + frame.offset, frame.size));
     }
     return problem;
 }
@@ -71,8 +78,17 @@ std::string InputStream::readByteStream(std::vector<uint8_t> content, const std:
     mKind = stream.codec == VideoCodec::Hevc ? kHevc : kAvc;
     mBytes = std::move(stream.bytes);
     mNote = stream.note.empty() ? "" : path + ": " + stream.note;
-    for (const AccessUnit& unit : stream.accessUnits)
-        add(unit.offset, unit.size, mUnits.size() * kMicrosecondsPerUnit);
+    mBytes.resize(mBytes.size() + kReadBehind);
+    FieldPairs pairs;
+    uint64_t frames = 0;
+    for (const AccessUnit& unit : stream.accessUnits) {
+        const bool second = stream.codec == VideoCodec::Avc &&
+                            pairs.completes(mBytes.data() + unit.offset, unit.size);
+        const bool shown = !second && !unit.skipped;
+        add(unit.offset, unit.size, frames * kMicrosecondsPerFrame, shown).endsSequence =
+            unit.endsSequence;
+        frames += shown ? 1 : 0;
+    }
     return problem;
 }
 

@@ -15,7 +15,9 @@ struct InputUnit {
     const uint8_t* data = nullptr;
     uint32_t size = 0;
     uint64_t index = 0;
-    uint64_t timestamp = 0;  // microseconds
+    uint64_t timestamp = 0;     // microseconds
+    bool shown = true;          // a frame comes of it
+    bool endsSequence = false;  // what follows refers to nothing before it
 };
 
 struct StreamKind {
@@ -47,7 +49,7 @@ class InputStream {
     // What is wrong with the file, or empty.
     std::string readIvf(std::vector<uint8_t> content);
     std::string readByteStream(std::vector<uint8_t> content, const std::string& path);
-    void add(size_t offset, uint32_t size, uint64_t timestamp);
+    InputUnit& add(size_t offset, uint32_t size, uint64_t timestamp, bool shown);
 
     std::vector<uint8_t> mBytes;
     std::vector<InputUnit> mUnits;

@@ -47,6 +47,7 @@ void PrintSummary(const InputStream& input, const Statistics& statistics,
     PrintCount("frames", statistics.frames);
     for (const auto& [format, count] : statistics.formats)
         PrintCount(("  " + format).c_str(), count);
+    printf("  %-22s %s\n", "color in the stream", statistics.codedColor.c_str());
     printf("  %-22s %s\n", "color", statistics.color.c_str());
     for (const auto& [formats, count] : output.conversionsByFormat())
         PrintCount(("  " + formats).c_str(), count);
@@ -64,8 +65,17 @@ void PrintSummary(const InputStream& input, const Statistics& statistics,
         printf("  %-22s %s\n", "wrote", file.c_str());
 }
 
+DefaultColor DefaultsOf(const ComponentParams& parameters) {
+    const auto& color = *parameters.get<ComponentParams::DefaultColor>();
+    DefaultColor defaults;
+    defaults.aspects = {C2Color::range_t(color.range), C2Color::primaries_t(color.primaries),
+                        C2Color::transfer_t(color.transfer), C2Color::matrix_t(color.matrix)};
+    return defaults;
+}
+
 // Everything that lives while the stream is decoded, so that all of it is gone when this returns.
-bool DecodeStream(const InputStream& input, const Settings& settings) {
+bool DecodeStream(const InputStream& input, const Settings& settings,
+                  const DefaultColor& defaults) {
     auto surface = std::make_shared<host::SlotGraphicPool>(settings.slots);
     Framework framework(settings.frameworkDepth);
     // A surface has its buffer back as soon as it was shown, whoever else still looks at it.
@@ -74,9 +84,10 @@ bool DecodeStream(const InputStream& input, const Settings& settings) {
         surface->offerAgain(host::BufferId(blocks.front().handle()));
     });
     FrameOutput output(settings.out, input.mime(), input.extension());
-    Component component(input, settings, surface, &framework, &output);
+    Component component(input, settings, defaults, surface, &framework, &output);
     for (const InputUnit& unit : input.units()) {
-        component.decode(unit);
+        if (!component.decode(unit))
+            break;
         ShowProgress(component.statistics(), input.units().size());
     }
     component.finish();
@@ -120,7 +131,7 @@ int Run(const Settings& settings) {
         }
     }
     const host::OpenResources before;
-    const bool clean = DecodeStream(*input, settings);
+    const bool clean = DecodeStream(*input, settings, DefaultsOf(parameters));
     const auto left = before.leftOpen();
     for (const std::string& line : left)
         printf("left open: %s\n", line.c_str());
