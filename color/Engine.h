@@ -59,24 +59,26 @@ class LX2ColorConverter::Engine {
     };
     using Library = std::unique_ptr<void, CloseLibrary>;
 
-    // One side of a conversion, in the members below.
+    // One side of a conversion. The record is null until first needed.
     struct Side {
-        uint32_t bits;
-        uint32_t* surface;
-        std::unique_ptr<blit::SurfaceDef>* def;
-        uint32_t width;
-        uint32_t height;
-        uint32_t lumaSize;
-        uint32_t format;
+        const uint32_t bits;
+        const char* const name;  // in the log
+        uint32_t surface = 0;    // 0: none
+        std::unique_ptr<blit::SurfaceDef> def = nullptr;
+        uint32_t width = 0;
+        uint32_t height = 0;
+        uint32_t format = 0;
+        uint32_t size = 0;
+        uint32_t lumaSize = 0;
     };
-    Side side(bool isSource);
+    Side& side(bool isSource) { return isSource ? mSrc : mDst; }
 
     bool bind();
     bool resolve();
-    int32_t createSurface(const Side& side, uint32_t type);
+    void setSide(const Format& from, bool isSource);
+    int32_t createSurface(Side* side, uint32_t type);
     int32_t updateSurface(const Side& side, uint32_t type);
-    void destroySurface(uint32_t* surface);
-    blit::SurfaceDef* clearedDef(const Side& side, size_t size);
+    void destroySurface(Side* side);
     void fillBlitObject();
 
     bool refresh(uint64_t gpuAddress, uint8_t* base, uint32_t offset, bool isSource);
@@ -88,23 +90,9 @@ class LX2ColorConverter::Engine {
     bool mEnabled = true;
     bool mConfigured = false;
     blit::BlitObject mObject{};
-    uint32_t mSrcSurface = 0;  // 0: none
-    uint32_t mDstSurface = 0;
-    std::unique_ptr<blit::SurfaceDef> mSrcDef;
-    std::unique_ptr<blit::SurfaceDef> mDstDef;
-
-    uint32_t mSrcWidth = 0;
-    uint32_t mSrcHeight = 0;
-    uint32_t mSrcStride = 0;
-    uint32_t mSrcSize = 0;
-    uint32_t mSrcLumaSize = 0;
-    uint32_t mDstWidth = 0;
-    uint32_t mDstHeight = 0;
-    uint32_t mDstSize = 0;
-    uint32_t mDstLumaSize = 0;
-    uint32_t mSrcFormat = 0;
-    uint32_t mDstFormat = 0;
-    uint32_t mSrcFlags = 0;
+    Side mSrc{blit::kSourceBits, "src"};
+    Side mDst{blit::kTargetBits, "dst"};
+    uint32_t mSrcStride = 0;  // pixels; 0: the format's own
 
     Library mBlitLibrary;
     blit::EntryPoints mBlit;

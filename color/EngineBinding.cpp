@@ -23,10 +23,8 @@ LX2ColorConverter::Engine::Engine() {
 }
 
 LX2ColorConverter::Engine::~Engine() {
-    destroySurface(&mSrcSurface);
-    destroySurface(&mDstSurface);
-    mSrcDef.reset();
-    mDstDef.reset();
+    destroySurface(&mSrc);
+    destroySurface(&mDst);
     mBlitLibrary.reset();
     mUtilityLibrary.reset();
 }

@@ -31,19 +31,9 @@ int32_t LX2ColorConverter::Engine::configure(const Format& src, const Format& ds
         LX2_LOGE("%s: configure failed, gbx disabled", "configure");
         return -1;
     }
-    mSrcWidth = src.width;
-    mSrcHeight = src.height;
     mSrcStride = src.stride;
-    mDstWidth = dst.width;
-    mDstHeight = dst.height;
-    mSrcFormat = src.format;
-    mDstFormat = dst.format;
-    mSrcSize = calcSize(src.format, src.width, src.height, true);
-    mDstSize = calcSize(dst.format, dst.width, dst.height, false);
-    mSrcLumaSize = calcYSize(src.format, src.width, src.height);
-    mDstLumaSize = calcYSize(dst.format, dst.width, dst.height);
-    mSrcFlags = src.flags;
-
+    setSide(src, true);
+    setSide(dst, false);
     const int32_t srcStatus = getDummySurfaceDef(src.format, src.width, src.height, true);
     const int32_t dstStatus = getDummySurfaceDef(dst.format, dst.width, dst.height, false);
     if (srcStatus != 0 || dstStatus != 0) {
@@ -57,12 +47,21 @@ int32_t LX2ColorConverter::Engine::configure(const Format& src, const Format& ds
     return 0;
 }
 
+void LX2ColorConverter::Engine::setSide(const Format& from, bool isSource) {
+    Side& to = side(isSource);
+    to.width = from.width;
+    to.height = from.height;
+    to.format = from.format;
+    to.size = calcSize(from.format, from.width, from.height, isSource);
+    to.lumaSize = calcYSize(from.format, from.width, from.height);
+}
+
 void LX2ColorConverter::Engine::fillBlitObject() {
     mObject = {};
-    mObject.sourceSurface = mSrcSurface;
+    mObject.sourceSurface = mSrc.surface;
     mObject.configuration = blit::kConfigurationMask;
-    mObject.source = {0, 0, blit::ToFixed(mSrcWidth), blit::ToFixed(mSrcHeight)};
-    mObject.target = {0, 0, blit::ToFixed(mDstWidth), blit::ToFixed(mDstHeight)};
+    mObject.source = {0, 0, blit::ToFixed(mSrc.width), blit::ToFixed(mSrc.height)};
+    mObject.target = {0, 0, blit::ToFixed(mDst.width), blit::ToFixed(mDst.height)};
 }
 
 int32_t LX2ColorConverter::Engine::convert(int32_t srcFd, uint8_t* srcBase, uint32_t srcOffset,
@@ -74,19 +73,19 @@ int32_t LX2ColorConverter::Engine::convert(int32_t srcFd, uint8_t* srcBase, uint
                  mConfigured);
         return -1;
     }
-    if (dstBase == nullptr || srcBase == nullptr || srcFd < 0 || dstFd < 0 || mSrcSize > srcSize ||
-        mDstSize > dstSize) {
+    if (dstBase == nullptr || srcBase == nullptr || srcFd < 0 || dstFd < 0 || mSrc.size > srcSize ||
+        mDst.size > dstSize) {
         LX2_LOGE(
             "%s: convert failed, incorrect input parameters: srcFd %d, dstFd %d, srcBase %p, "
             "dstBase %p, mSrcSize %u, srcSize %u, mDstSize %u, dstSize %u",
             "convert", srcFd, dstFd, static_cast<void*>(srcBase), static_cast<void*>(dstBase),
-            mSrcSize, srcSize, mDstSize, dstSize);
+            mSrc.size, srcSize, mDst.size, dstSize);
         return -1;
     }
-    if (mSrcFormat == PixFormat::YV12 && mDstFormat == PixFormat::MIREL_NV12) {
+    if (mSrc.format == PixFormat::YV12 && mDst.format == PixFormat::MIREL_NV12) {
         LX2_LOGD("%s: using SW conversion for YV12 --> MIREL_NV12", "convert");
-        return color::ConvertYv12ToMirelNv12(srcBase, srcSize, dstBase, dstSize, mSrcWidth,
-                                             mSrcHeight);
+        return color::ConvertYv12ToMirelNv12(srcBase, srcSize, dstBase, dstSize, mSrc.width,
+                                             mSrc.height);
     }
     return convertByBlit(srcFd, srcBase, srcOffset, dstFd, dstBase, dstOffset);
 }
@@ -94,7 +93,7 @@ int32_t LX2ColorConverter::Engine::convert(int32_t srcFd, uint8_t* srcBase, uint
 int32_t LX2ColorConverter::Engine::convertByBlit(int32_t srcFd, uint8_t* srcBase,
                                                  uint32_t srcOffset, int32_t dstFd,
                                                  uint8_t* dstBase, uint32_t dstOffset) {
-    const uint64_t srcGpu = getMappedGPUAddr(srcFd, srcBase + srcOffset, mSrcSize);
+    const uint64_t srcGpu = getMappedGPUAddr(srcFd, srcBase + srcOffset, mSrc.size);
     if (srcGpu == 0) {
         LX2_LOGE("%s: get mapped src GPU address failed", "convert");
         return -1;
@@ -103,7 +102,7 @@ int32_t LX2ColorConverter::Engine::convertByBlit(int32_t srcFd, uint8_t* srcBase
         unmapGPUAddr(srcGpu);
         return -1;
     }
-    const uint64_t dstGpu = getMappedGPUAddr(dstFd, dstBase + dstOffset, mDstSize);
+    const uint64_t dstGpu = getMappedGPUAddr(dstFd, dstBase + dstOffset, mDst.size);
     if (dstGpu == 0) {
         LX2_LOGE("%s: get mapped dst GPU adress failed", "convert");
         unmapGPUAddr(srcGpu);
@@ -122,27 +121,26 @@ int32_t LX2ColorConverter::Engine::convertByBlit(int32_t srcFd, uint8_t* srcBase
 
 bool LX2ColorConverter::Engine::refresh(uint64_t gpuAddress, uint8_t* base, uint32_t offset,
                                         bool isSource) {
-    const char* name = isSource ? "src" : "dst";
-    const uint32_t format = side(isSource).format;
+    const Side& side = this->side(isSource);
     int32_t status;
-    if (isRGBSurface(format)) {
+    if (isRGBSurface(side.format)) {
         status = updateRGBSurfaceDef(gpuAddress, base, offset, isSource);
-    } else if (isYUVSurface(format)) {
+    } else if (isYUVSurface(side.format)) {
         status = updateYUVSurfaceDef(gpuAddress, base, offset, isSource);
     } else {
-        LX2_LOGE("%s: unsupported %s color format %s(%d)", "convert", name, PixFormat::Str(format),
-                 static_cast<int>(format));
+        LX2_LOGE("%s: unsupported %s color format %s(%d)", "convert", side.name,
+                 PixFormat::Str(side.format), static_cast<int>(side.format));
         return false;
     }
     if (status != 0)
-        LX2_LOGE("%s: Update %s surface def failed (%d)", "convert", name, status);
+        LX2_LOGE("%s: Update %s surface def failed (%d)", "convert", side.name, status);
     return status == 0;
 }
 
 bool LX2ColorConverter::Engine::draw() {
-    mObject.sourceSurface = mSrcSurface;
-    const int32_t status = mBlit.draw(mDstSurface, 0, 0, 0, 0, &mObject, 1);
-    mBlit.finish(mDstSurface);
+    mObject.sourceSurface = mSrc.surface;
+    const int32_t status = mBlit.draw(mDst.surface, 0, 0, 0, 0, &mObject, 1);
+    mBlit.finish(mDst.surface);
     if (status != 0)
         LX2_LOGE("%s: GBX draw failed (%d)", "convert", status);
     return status == 0;
@@ -150,7 +148,7 @@ bool LX2ColorConverter::Engine::draw() {
 
 uint64_t LX2ColorConverter::Engine::getMappedGPUAddr(int32_t fd, void* ptr, uint32_t length) {
     uint64_t gpu = 0;
-    const int32_t status = mEnabled ? mBlit.mapAddr(fd, ptr, length, 0, blit::kMapFlags, &gpu) : -1;
+    const int32_t status = mBlit.mapAddr(fd, ptr, length, 0, blit::kMapFlags, &gpu);
     if (status != 0) {
         LX2_LOGE("%s: gbxMapAddr failed: status %d, fd %d, ptr %p, len %u, flags %d",
                  "getMappedGPUAddr", status, fd, ptr, length, static_cast<int>(blit::kMapFlags));
@@ -162,7 +160,7 @@ uint64_t LX2ColorConverter::Engine::getMappedGPUAddr(int32_t fd, void* ptr, uint
 }
 
 bool LX2ColorConverter::Engine::unmapGPUAddr(uint64_t gpuAddress) {
-    const int32_t status = mEnabled ? mBlit.unMapAddr(gpuAddress) : -1;
+    const int32_t status = mBlit.unMapAddr(gpuAddress);
     if (status != 0)
         LX2_LOGE("%s: gbxUnMapAddr failed: status %d, gpuAddr 0x%" PRIx64, "unmapGPUAddr", status,
                  gpuAddress);

@@ -74,9 +74,7 @@ uint32_t LX2ColorConverter::Engine::calcSize(uint32_t format, uint32_t width, ui
                  static_cast<int>(format));
         return 0;
     }
-    gpuutility::Aligned aligned;
-    if (mAlign != nullptr)
-        aligned = gpuutility::AlignRgba(mAlign, width, height);
+    const gpuutility::Aligned aligned = gpuutility::AlignRgba(mAlign, width, height);
     LX2_LOGT("%s: alignedw %d, alignedh %d", "calcSize", aligned.width, aligned.height);
     const uint32_t stride =
         isSource && mSrcStride != 0 ? mSrcStride : static_cast<uint32_t>(aligned.width);

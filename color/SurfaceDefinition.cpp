@@ -18,49 +18,34 @@ uint64_t Address(const uint8_t* base, uint32_t offset) {
 
 }  // namespace
 
-LX2ColorConverter::Engine::Side LX2ColorConverter::Engine::side(bool isSource) {
-    if (isSource)
-        return {blit::kSourceBits, &mSrcSurface, &mSrcDef,  mSrcWidth,
-                mSrcHeight,        mSrcLumaSize, mSrcFormat};
-    return {blit::kTargetBits, &mDstSurface, &mDstDef,  mDstWidth,
-            mDstHeight,        mDstLumaSize, mDstFormat};
-}
-
-int32_t LX2ColorConverter::Engine::createSurface(const Side& side, uint32_t type) {
-    return mEnabled ? mBlit.createSurface(side.surface, side.bits, type, side.def->get()) : -1;
+int32_t LX2ColorConverter::Engine::createSurface(Side* side, uint32_t type) {
+    return mBlit.createSurface(&side->surface, side->bits, type, side->def.get());
 }
 
 int32_t LX2ColorConverter::Engine::updateSurface(const Side& side, uint32_t type) {
-    return mEnabled ? mBlit.updateSurface(*side.surface, side.bits, type, side.def->get()) : -1;
+    return mBlit.updateSurface(side.surface, side.bits, type, side.def.get());
 }
 
-void LX2ColorConverter::Engine::destroySurface(uint32_t* surface) {
-    if (*surface != 0)
-        mBlit.destroySurface(*surface);
-    *surface = 0;
-}
-
-// The side's record with its first size bytes zeroed. It is reused as allocated when the side
-// changes between RGB and YUV, so it always has room for the larger.
-blit::SurfaceDef* LX2ColorConverter::Engine::clearedDef(const Side& side, size_t size) {
-    if (*side.def == nullptr)
-        side.def->reset(new (std::nothrow) blit::SurfaceDef{});
-    if (*side.def != nullptr)
-        memset(side.def->get(), 0, size);
-    return side.def->get();
+void LX2ColorConverter::Engine::destroySurface(Side* side) {
+    if (side->surface != 0)
+        mBlit.destroySurface(side->surface);
+    side->surface = 0;
 }
 
 int32_t LX2ColorConverter::Engine::getDummySurfaceDef(uint32_t format, uint32_t width,
                                                       uint32_t height, bool isSource) {
-    const Side side = this->side(isSource);
-    destroySurface(side.surface);
+    Side& side = this->side(isSource);
+    destroySurface(&side);
     const bool rgb = isRGBSurface(format);
     if (!rgb && !isYUVSurface(format)) {
         LX2_LOGE("%s: unsupported color format %s(%d)", "getDummySurfaceDef",
                  PixFormat::Str(format), static_cast<int>(format));
         return -1;
     }
-    blit::SurfaceDef* def = clearedDef(side, rgb ? blit::kRgbDefSize : blit::kYuvDefSize);
+    // It has room for either kind, since it stays when the side changes between RGB and YUV.
+    if (side.def == nullptr)
+        side.def.reset(new (std::nothrow) blit::SurfaceDef{});
+    blit::SurfaceDef* def = side.def.get();
     if (def == nullptr) {
         if (rgb)
             LX2_LOGE("%s: surfaceRGBDef allocation failed", "getDummySurfaceDef");
@@ -68,13 +53,14 @@ int32_t LX2ColorConverter::Engine::getDummySurfaceDef(uint32_t format, uint32_t 
             LX2_LOGE("%s: surfaceYUVDef allocation falied", "getDummySurfaceDef");
         return -1;
     }
+    memset(def, 0, rgb ? blit::kRgbDefSize : blit::kYuvDefSize);
     const uint32_t stride = calcStride(format, width, isSource);
     def->code = getGBXColorFormat(format);
     def->width = width;
     def->height = height;
     def->planes[0] = {kPlaceholder, kPlaceholder, stride, 0};
     if (rgb)
-        return createSurface(side, blit::kCreateRgb);
+        return createSurface(&side, blit::kCreateRgb);
     def->planes[1] = {kPlaceholder, kPlaceholder, stride, 0};
     def->planes[2] = {0, 0, stride, 0};
     if (blit::IsPlanar(def->code)) {
@@ -83,15 +69,13 @@ int32_t LX2ColorConverter::Engine::getDummySurfaceDef(uint32_t format, uint32_t 
         // The CPU address of the third plane stays 0, unlike the GPU's.
         def->planes[2] = {0, kPlaceholder, chromaStride, 0};
     }
-    return createSurface(side, blit::kCreateYuv);
+    return createSurface(&side, blit::kCreateYuv);
 }
 
 int32_t LX2ColorConverter::Engine::updateYUVSurfaceDef(uint64_t gpuAddress, uint8_t* cpuBase,
                                                        uint32_t offset, bool isSource) {
-    const Side side = this->side(isSource);
-    blit::SurfaceDef* def = side.def->get();
-    if (def == nullptr)
-        return -1;
+    const Side& side = this->side(isSource);
+    blit::SurfaceDef* def = side.def.get();
     auto& planes = def->planes;
     planes[0].cpu = Address(cpuBase, offset);
     planes[0].gpu = gpuAddress + offset;
@@ -108,10 +92,8 @@ int32_t LX2ColorConverter::Engine::updateYUVSurfaceDef(uint64_t gpuAddress, uint
 
 int32_t LX2ColorConverter::Engine::updateRGBSurfaceDef(uint64_t gpuAddress, uint8_t* cpuBase,
                                                        uint32_t offset, bool isSource) {
-    const Side side = this->side(isSource);
-    blit::SurfaceDef* def = side.def->get();
-    if (def == nullptr)
-        return -1;
+    const Side& side = this->side(isSource);
+    blit::SurfaceDef* def = side.def.get();
     def->planes[0].cpu = Address(cpuBase, offset);
     // The mapping was made of the address with the offset: here it already is in.
     def->planes[0].gpu = gpuAddress;

@@ -10,7 +10,10 @@
 namespace lx2::fuzz {
 namespace {
 
-using Engine = LX2ColorConverter::Engine;
+struct Inside : LX2ColorConverter {
+    using LX2ColorConverter::Engine;
+};
+using Engine = Inside::Engine;
 using Format = LX2ColorConverter::Format;
 
 constexpr uint32_t kLargestMemory = 2 << 20;  // larger frames are refused for want of memory

@@ -16,7 +16,10 @@ namespace {
 using ::testing::_;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using Engine = LX2ColorConverter::Engine;
+struct Inside : LX2ColorConverter {
+    using LX2ColorConverter::Engine;
+};
+using Engine = Inside::Engine;
 using Format = LX2ColorConverter::Format;
 
 constexpr char kTag[] = "LX2GBXEngine";
@@ -111,8 +114,6 @@ TEST_F(ColorEngineTest, RefusesFormatsThatItDoesNotKnow) {
     EXPECT_EQ(engine.calcYSize(PixFormat::MIREL_P010, 64, 64), 0u);
     EXPECT_EQ(engine.calcSize(PixFormat::MIREL_P010, 64, 64, false), 0u);
     EXPECT_EQ(engine.getDummySurfaceDef(kUnknownFormat, 64, 64, false), -1);
-    EXPECT_EQ(engine.updateRGBSurfaceDef(1, nullptr, 0, true), -1) << "there is none yet";
-    EXPECT_EQ(engine.updateYUVSurfaceDef(1, nullptr, 0, false), -1);
     EXPECT_THAT(
         log.take(),
         ElementsAre(

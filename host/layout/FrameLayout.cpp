@@ -71,12 +71,10 @@ void AddCompressedPlanes(FrameLayout* frame, uint32_t tileBytes, const PlanePlac
     const uint32_t pairs = geometry::CeilDiv<uint32_t>(width, 2);
     const uint32_t rows = geometry::CeilDiv<uint32_t>(height, 2);
     frame->planeCount = 2;
-    frame->planes[0] =
-        Tiled(Linear(width, height, 1, at[0]), tileBytes, Geometry::LumaMetaStride(width),
-              Geometry::LumaMetaSize(width, height));
-    frame->planes[1] =
-        Tiled(Linear(pairs, rows, 2, at[1]), tileBytes, Geometry::ChromaMetaStride(width),
-              Geometry::ChromaMetaSize(width, height));
+    frame->planes[0] = Tiled(Linear(width, height, 1, at[0]), tileBytes,
+                             Geometry::MetaStride(width), Geometry::LumaMetaSize(width, height));
+    frame->planes[1] = Tiled(Linear(pairs, rows, 2, at[1]), tileBytes, Geometry::MetaStride(width),
+                             Geometry::ChromaMetaSize(width, height));
     frame->channels = {{{0, 0}, {1, 0}, {1, 1}}};
 }
 

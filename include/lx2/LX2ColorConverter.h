@@ -18,8 +18,6 @@ namespace lx2 {
 
 class LX2_API LX2ColorConverter {
   public:
-    class LX2_LOCAL Engine;
-
     // One side's geometry.
     struct Format {
         uint32_t width = 0;   // pixels
@@ -44,13 +42,17 @@ class LX2_API LX2ColorConverter {
     LX2ColorConverter& operator=(const LX2ColorConverter&) = delete;
 
     // Converts src into dst, which has the same width and height, and gives dst the crop of src,
-    // also when the conversion then fails. The buffers of both views must be owned by a shared_ptr.
-    // Safe to call from several threads, which take turns.
+    // also when the conversion then fails. The crop limits nothing: frames are converted whole.
+    // Both buffers are mapped for writing, the source too, and must be owned by a shared_ptr. Safe to call from several threads, which take turns.
     // 0; -2 for a null view; -1 for every other failure, which is logged.
     int32_t convert(LX2Buffer::Graphic* src, LX2Buffer::Graphic* dst);
 
-    // What it can convert into what. The one object lives until the process ends.
+    // The conversions that components count on. It is a list and not a limit: convert() refuses
+    // only what the blit library does. The one object lives until the process ends.
     static const Capabilities& QueryCapabilities();
+
+  protected:
+    class LX2_LOCAL Engine;
 
   private:
     std::unique_ptr<Engine> mEngine;

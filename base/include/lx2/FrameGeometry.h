@@ -80,17 +80,14 @@ constexpr LinearYuv LinearYuvOf(uint32_t format) {
 template <typename T>
 struct CmpxNv12 {  // 8 bit: luma tiles of 32 x 8 samples, chroma tiles of 16 pairs x 8 rows
     static constexpr T LumaStride(T width) { return Align<T>(width, 128); }
-    static constexpr T LumaMetaStride(T width) { return Align<T>(CeilDiv<T>(width, 32), 64); }
-    static constexpr T ChromaMetaStride(T width) {
-        return Align<T>(CeilDiv<T>(CeilDiv<T>(width, 2), 16), 64);
-    }
+    static constexpr T MetaStride(T width) { return Align<T>(CeilDiv<T>(width, 32), 64); }
     static constexpr T MetaRows(T rows) { return Align<T>(CeilDiv<T>(rows, 8), 16); }
     static constexpr T TileRows(T rows) { return Align<T>(rows, 32); }
     static constexpr T LumaMetaSize(T width, T height) {
-        return Align<T>(MetaRows(height) * LumaMetaStride(width), 4096);
+        return Align<T>(MetaRows(height) * MetaStride(width), 4096);
     }
     static constexpr T ChromaMetaSize(T width, T height) {
-        return Align<T>(MetaRows(CeilDiv<T>(height, 2)) * ChromaMetaStride(width), 4096);
+        return Align<T>(MetaRows(CeilDiv<T>(height, 2)) * MetaStride(width), 4096);
     }
     static constexpr T LumaSize(T width, T height) {
         return LumaMetaSize(width, height) + TileRows(height) * LumaStride(width);
@@ -104,9 +101,9 @@ struct CmpxNv12 {  // 8 bit: luma tiles of 32 x 8 samples, chroma tiles of 16 pa
         const T chroma = CeilDiv<T>(field, 2);
         const T stride = LumaStride(width);
         return Align<T>(2 * (Align<T>(TileRows(field) * stride, 4096) +
-                             Align<T>(MetaRows(field) * LumaMetaStride(width), 4096) +
+                             Align<T>(MetaRows(field) * MetaStride(width), 4096) +
                              Align<T>(TileRows(chroma) * stride, 4096) +
-                             Align<T>(MetaRows(chroma) * ChromaMetaStride(width), 4096)),
+                             Align<T>(MetaRows(chroma) * MetaStride(width), 4096)),
                         4096);
     }
     static constexpr T ProgressiveSize(T width, T height) {
@@ -127,17 +124,14 @@ struct CmpxNv12 {  // 8 bit: luma tiles of 32 x 8 samples, chroma tiles of 16 pa
 template <typename T>
 struct CmpxTp10 {  // 10 bit: luma tiles of 48 x 4 samples, chroma tiles of 24 pairs x 4 rows
     static constexpr T Stride(T width) { return Align<T>(CeilDiv<T>(width, 192) * 768 / 3, 256); }
-    static constexpr T LumaMetaStride(T width) { return Align<T>(CeilDiv<T>(width, 48), 64); }
-    static constexpr T ChromaMetaStride(T width) {
-        return Align<T>(CeilDiv<T>(CeilDiv<T>(width, 2), 24), 64);
-    }
+    static constexpr T MetaStride(T width) { return Align<T>(CeilDiv<T>(width, 48), 64); }
     static constexpr T MetaRows(T rows) { return Align<T>(CeilDiv<T>(rows, 4), 16); }
     static constexpr T TileRows(T rows) { return Align<T>(rows, 16); }
     static constexpr T LumaMetaSize(T width, T height) {
-        return Align<T>(LumaMetaStride(width) * MetaRows(height), 4096);
+        return Align<T>(MetaStride(width) * MetaRows(height), 4096);
     }
     static constexpr T ChromaMetaSize(T width, T height) {
-        return Align<T>(MetaRows(CeilDiv<T>(height, 2)) * ChromaMetaStride(width), 4096);
+        return Align<T>(MetaRows(CeilDiv<T>(height, 2)) * MetaStride(width), 4096);
     }
     static constexpr T LumaSize(T width, T height) {
         return LumaMetaSize(width, height) + Stride(width) * TileRows(height);
