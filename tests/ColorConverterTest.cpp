@@ -1,6 +1,8 @@
+#include <dlfcn.h>
 #include <lx2/LX2ColorConverter.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/PixFormat.h>
+#include <lx2device/PrivateHandle.h>
 #include <lx2host/VideoCore.h>
 
 #include <cstring>
@@ -34,16 +36,13 @@ uint32_t DepthOf(uint32_t format) {
 
 std::shared_ptr<LX2Buffer> Filled(uint32_t format, const Frame& frame) {
     auto buffer = GraphicBuffer(frame.width, frame.height, format);
-    const auto mapping = buffer->graphic()->map();
-    EXPECT_TRUE(host::WriteFrame(mapping->data(), mapping->size(), format, frame));
+    EXPECT_TRUE(host::WriteFrame(buffer->graphic()->fd(), 0, format, frame.view()));
     return buffer;
 }
 
 Frame Read(const LX2Buffer& buffer) {
-    const auto* view = buffer.graphic();
-    const auto mapping = view->mapReadOnly();
-    return *host::ReadFrame(mapping->data(), mapping->size(), view->format(), view->width(),
-                            view->height());
+    const auto& view = *buffer.graphic();
+    return *host::ReadFrame(view.fd(), 0, view.format(), view.width(), view.height());
 }
 
 class ColorConverterTest : public Fixture {
@@ -123,18 +122,37 @@ TEST_F(ColorConverterTest, GivesTheTargetTheSourcesCropBeforeItChecksAnything) {
     EXPECT_EQ(taller->graphic()->effectiveWidth(), 32u);
 }
 
+// A buffer whose record says another stride.
+std::shared_ptr<LX2Buffer> WithStride(uint32_t format, uint32_t stride) {
+    const auto block = GraphicBlock(64, 48, format);
+    reinterpret_cast<PrivateHandle*>(const_cast<C2Handle*>(block->handle()))->alignedWidth = stride;
+    return std::make_shared<LX2Buffer>(block);
+}
+
 TEST_F(ColorConverterTest, ConfiguresOnlyWhenTheGeometryChanges) {
-    const auto source = Filled(PixFormat::NV12, host::TestFrame(64, 48, 8, 0));
-    const auto configured = [&](uint32_t format) {
-        gC2LogLevel = 0x01000002;
-        EXPECT_EQ(convert(source, format), 0);
-        gC2LogLevel = 0;
-        const auto texts = log.takeTexts();
+    const auto source = GraphicBuffer(64, 48, PixFormat::NV12);
+    target = GraphicBuffer(64, 48, PixFormat::YV12);
+    const auto configured = [&](const LX2Buffer& from, const LX2Buffer& to) {
+        const auto texts = textsAt(
+            0x01000002, [&] { EXPECT_EQ(converter.convert(from.graphic(), to.graphic()), 0); });
         return std::count(texts.begin(), texts.end(), "configure: configure successfully");
     };
-    EXPECT_EQ(configured(PixFormat::YV12), 1);
-    EXPECT_EQ(configured(PixFormat::YV12), 0);
-    EXPECT_EQ(configured(PixFormat::I420), 1);
+    EXPECT_EQ(configured(*source, *target), 1);
+    EXPECT_EQ(configured(*source, *target), 0);
+    const std::pair<std::shared_ptr<LX2Buffer>, std::shared_ptr<LX2Buffer>> others[] = {
+        {GraphicBuffer(62, 48, PixFormat::NV12), GraphicBuffer(62, 48, PixFormat::YV12)},
+        {GraphicBuffer(64, 46, PixFormat::NV12), GraphicBuffer(64, 46, PixFormat::YV12)},
+        {GraphicBuffer(64, 48, PixFormat::I420), target},
+        {source, GraphicBuffer(64, 48, PixFormat::I420)},
+        {WithStride(PixFormat::NV12, 80), target},
+        {source, WithStride(PixFormat::YV12, 80)},
+        {GraphicBuffer(64, 48, PixFormat::NV12, 3), target},
+        {source, GraphicBuffer(64, 48, PixFormat::YV12, 3)},
+    };
+    for (const auto& [from, to] : others) {
+        EXPECT_EQ(configured(*from, *to), 1) << &from - &others[0].first;
+        EXPECT_EQ(configured(*source, *target), 1);
+    }
 }
 
 TEST_F(ColorConverterTest, FailsWithoutAPlatformBuffer) {
@@ -180,31 +198,47 @@ TEST_F(ColorConverterTest, ReleasesTheTargetFirstAlsoWhenItFails) {
 
 TEST_F(ColorConverterTest, ThreadsTakeTurns) {
     LX2Mapper3Helper::Get();  // the first one is not to be made by two threads at once
-    const auto work = [this](uint32_t width, uint32_t from, uint32_t to) {
-        for (uint32_t i = 0; i < 20; ++i) {
-            const Frame frame = host::TestFrame(width, 32, 8, i);
-            const auto source = Filled(from, frame);
-            const auto result = GraphicBuffer(width, 32, to);
+    std::vector<std::thread::id> seen;
+    host::SetSyncHook([&](int, uint64_t) {
+        seen.push_back(std::this_thread::get_id());
+        std::this_thread::yield();
+        return 0;
+    });
+    const auto work = [this](const Frame& frame, uint32_t from, uint32_t to) {
+        const auto source = Filled(from, frame), result = GraphicBuffer(frame.width, 32, to);
+        for (uint32_t i = 0; i < 50; ++i)
             EXPECT_EQ(converter.convert(source->graphic(), result->graphic()), 0);
-            EXPECT_TRUE(Read(*result) == frame);
-        }
+        EXPECT_TRUE(Read(*result) == frame);
     };
-    std::thread other(work, 96, PixFormat::YV12, PixFormat::MIREL_NV12);
-    work(64, PixFormat::MIREL_NV12_CMPX, PixFormat::YV12);
+    std::thread other(work, host::TestFrame(96, 32, 8, 1), PixFormat::YV12, PixFormat::MIREL_NV12);
+    work(host::TestFrame(64, 32, 8, 2), PixFormat::MIREL_NV12_CMPX, PixFormat::YV12);
     other.join();
+    // Of one conversion the four synchronisations follow one another.
+    ASSERT_EQ(seen.size(), 2 * 50 * 4u);
+    for (size_t i = 0; i < seen.size(); i += 4)
+        EXPECT_EQ(std::count(&seen[i], &seen[i] + 4, seen[i]), 4) << i;
 }
 
-TEST_F(ColorConverterTest, NamesWhatItCanDo) {
-    const auto& capabilities = LX2ColorConverter::QueryCapabilities();
-    EXPECT_EQ(&capabilities, &LX2ColorConverter::QueryCapabilities());
-    EXPECT_EQ(capabilities.reserved, 0u);
+TEST(ColorConverterLibraries, AreOpenForAsLongAsTheConverterLives) {
+    const auto isOpen = [](const char* name) {
+        void* library = dlopen(name, RTLD_NOW | RTLD_NOLOAD);
+        if (library != nullptr)
+            dlclose(library);
+        return library != nullptr;
+    };
+    auto converter = std::make_unique<LX2ColorConverter>();
+    for (const bool open : {true, false}) {
+        EXPECT_EQ(isOpen("libGBX2.so"), open);
+        EXPECT_EQ(isOpen("libferrum_utils.so"), open);
+        converter.reset();
+    }
     const std::map<uint32_t, std::vector<uint32_t>> expected = {
         {1, {0x7FA30C04, 0x7FA30C06}},
         {0x32315659, {0x7FA30C04, 0x7FA30C06}},
         {0x7FA30C06, {0x32315659, 0x7FA30C04}},
         {0x7FA30C09, {0x32315659}},
     };
-    EXPECT_EQ(capabilities.targets, expected);
+    EXPECT_EQ(LX2ColorConverter::QueryCapabilities().targets, expected) << "without one as well";
 }
 
 }  // namespace

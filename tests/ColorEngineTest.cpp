@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <numeric>
-#include <random>
 
 #include "Engine.h"
 #include "Fixture.h"
@@ -14,7 +13,9 @@ namespace lx2::test {
 namespace {
 
 using ::testing::_;
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 struct Inside : LX2ColorConverter {
     using LX2ColorConverter::Engine;
@@ -73,6 +74,7 @@ TEST_F(ColorEngineTest, KnowsCodeStrideLumaAndFrameSizeOfEveryFormat) {
         {PixFormat::MIREL_NV12_CMPX, 0x800098, 1920, 1088, 1920, 2101248, 3153920},
         {PixFormat::MIREL_NV12_CMPX, 0x800098, 1921, 720, 2048, 1515520, 2306048},
         {PixFormat::MIREL_NV12_CMPX, 0x800098, 1087, 1920, 1152, 2228224, 3342336},
+        {PixFormat::MIREL_NV12_CMPX, 0x800098, 1080, 1921, 1152, 2265088, 3416064},
         {PixFormat::MIREL_TP10, 0x8000BF, 0, 7, 0, 0, 0},
         {PixFormat::MIREL_TP10, 0x8000BF, 1, 1, 256, 8192, 16384},
         {PixFormat::MIREL_TP10, 0x8000BF, 1919, 1081, 2560, 2805760, 4210688},
@@ -136,6 +138,7 @@ TEST_F(ColorEngineTest, HandsTheBlitLibraryItsRecordsByteByByte) {
                     ElementsAre("CreateSurface 1 19 | 6400000a14 28 aaaaaaaa aaaaaaaa 280",
                                 "CreateSurface 2 1b | 6400800098 28 aaaaaaaa aaaaaaaa 80 "
                                 "aaaaaaaa aaaaaaaa 80 0 0 80"));
+        blit->statuses["Finish"] = {13};  // nobody's business
         EXPECT_EQ(convert(engine), 0);
         blit->calls.clear();
         // The source becomes planar, the target RGB; each side's record is the old one anew.
@@ -232,16 +235,23 @@ TEST_F(ColorEngineTest, AFailedReconfigurationKeepsTheEngineConfigured) {
     EXPECT_EQ(engine.configure(nv12, {64, 64, PixFormat::YV12, 64, 0}), -1);
     EXPECT_EQ(convert(engine), -1);
     EXPECT_EQ(engine.configure(nv12, {64, 64, PixFormat::MIREL_NV12, 512, 0}), 0);
+    // What is drawn stays as it was configured last.
+    blit->statuses["CreateSurface"] = {0, 4};
+    EXPECT_EQ(engine.configure({32, 32, PixFormat::NV12, 32, 0}, {32, 32, PixFormat::YV12, 32, 0}),
+              -1);
+    EXPECT_EQ(convert(engine), 0);
+    EXPECT_THAT(blit->calls, Contains(HasSubstr("200c010 40000000000000 400000 40000000000000 ")));
     takeCalls();
     blit->statuses["CreateSurface"] = {4};
     EXPECT_EQ(engine.configure(nv12, {64, 64, kUnknownFormat, 64, 0}), -1);
     EXPECT_EQ(convert(engine), -1);
     EXPECT_EQ(takeCalls(),
-              "DestroySurface CreateSurface DestroySurface "
-              "MapAddr UpdateSurface MapAddr UnMapAddr 2000000 UnMapAddr 3000000 ");
+              "DestroySurface CreateSurface "
+              "MapAddr UpdateSurface MapAddr UnMapAddr 4000000 UnMapAddr 5000000 ");
     EXPECT_THAT(log.takeTexts(),
                 ElementsAre("configure: configure failed",
                             "convert:  can't do color conversion now (enable 1, config 0)",
+                            "configure: configure failed",
                             "calcSize: unsupported color format, ALIGN512_114(276)",
                             "calcYSize: unsupported or RGB color format, ALIGN512_114(276)",
                             "getDummySurfaceDef: unsupported color format ALIGN512_114(276)",
@@ -305,18 +315,21 @@ TEST_F(ColorEngineTest, DebugLinesHaveTwoGates) {
 // Guarded source and target of the software path, filled with noise.
 struct Buffers {
     Buffers(uint32_t srcSize, uint32_t dstSize) : src(srcSize + 64), dst(dstSize + 64, 0xEE) {
-        std::mt19937 random(srcSize);
+        uint32_t noise = 1;
         for (uint8_t& byte : src)
-            byte = static_cast<uint8_t>(random());
+            byte = static_cast<uint8_t>((noise *= 48271) >> 16);
     }
     std::vector<uint8_t> src, dst;
 };
 
 TEST_F(ColorEngineTest, SoftwarePathMergesPlanesAndWritesNothingElse) {
-    std::vector<std::pair<uint32_t, uint32_t>> sizes = {{8, 0}, {1280, 720}, {511, 513}};
-    for (uint32_t w = 0; w < 140; ++w)  // all that the wide interleaving may leave over
-        sizes.emplace_back(w, w % 5 + 1);
-    for (const auto& [w, h] : sizes) {
+    for (const auto& [w, h] : {std::pair(8u, 0u),
+                               {0u, 3u},
+                               {1u, 2u},
+                               {33u, 1u},
+                               {67u, 3u},
+                               {511u, 513u},
+                               {1280u, 720u}}) {
         SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h));
         const uint32_t luma = (w + 15) / 16 * 16, chroma = (w / 2 + 15) / 16 * 16;
         const uint32_t stride = (w + 511) / 512 * 512, rows = (h + 511) / 512 * 512;

@@ -43,8 +43,9 @@ class LX2_API LX2ColorConverter {
 
     // Converts src into dst, which has the same width and height, and gives dst the crop of src,
     // also when the conversion then fails. The crop limits nothing: frames are converted whole.
-    // Both buffers are mapped for writing, the source too, and must be owned by a shared_ptr. Safe to call from several threads, which take turns.
-    // 0; -2 for a null view; -1 for every other failure, which is logged.
+    // Both buffers are mapped for writing, the source too, and must be owned by a shared_ptr. Safe
+    // to call from several threads, which take turns. 0; -2 for a null view; -1 for every other
+    // failure, which is logged.
     int32_t convert(LX2Buffer::Graphic* src, LX2Buffer::Graphic* dst);
 
     // The conversions that components count on. It is a list and not a limit: convert() refuses

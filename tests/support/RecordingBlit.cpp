@@ -89,10 +89,8 @@ LX2_API void gbxReadSurface() {}
 LX2_API void gbxFlush() {}
 LX2_API void gbxWaitTimestamp() {}
 
-#ifndef LX2_WITHOUT_FINISH
 LX2_API int32_t gbxFinish(uint32_t target) {
     return Note("Finish", {target});
 }
-#endif
 
 }  // extern "C"
