@@ -178,10 +178,42 @@ done
 
 "${decoder[@]}" --params >"$work/params.txt" 2>"$work/params.log"
 check "parameters are listed" says params vendor.qp-range.min
-decode set --set vendor.qp-range.min=12 --set nobody=1 --set vendor.qp-range.max=x "$samples/avc.264"
-check "parameters are set, and refusals said, by name" \
-    test "$(grep -cE 'vendor.qp-range.min|nobody|vendor.qp-range.max' "$work/set.txt")" -eq 3
-"${decoder[@]}" --nonsense >/dev/null 2>&1
-check "an unknown option is refused" test $? -eq 2
+decode set --set vendor.qp-range.min=12 "$samples/avc.264"
+check "parameters are set, and told by name" says set "vendor.qp-range.min: 0 -> 12"
+check "the last lines say how to play the frames, and that nothing is left open" \
+    test "$(tail -2 "$work/set.txt" | grep -cE '^  play .*-pixel_format nv12|^nothing is left open$')" -eq 2
+check "the platform's log is in a file" grep -q 'imported as' "$work/set/system.log"
+check "standard error is empty" test ! -s "$work/set.log"
+long=$work/$(printf 'x%.0s' {1..120})
+refused() {  # refused <argument>...
+    "${decoder[@]}" "$@" >"$work/refused" 2>&1
+    [ $? -eq 2 ] && [ "$(grep -vc -e '^lx2_decoder \[' -e '^Decodes' -e '^  --' "$work/refused")" -eq 1 ]
+}
+for arguments in --nonsense "--slots -1" "--slots abc" "--slots 0" "--slots 5000" "--slots" \
+    "--set nobody=1" "--set vendor.qp-range.min" "--set vendor.qp-range.min=3abc" \
+    "$samples/avc.264 $samples/vp8.ivf" "--out $long"; do
+    # shellcheck disable=SC2086 # several arguments
+    check "refused in one line: ${arguments:0:40}" refused $arguments
+done
+check "nothing is written to a path that is cut" test ! -e "$long"
+check "--help is no mistake" "${decoder[@]}" --help
+
+# Files that can't be made or written, and a disk that is full.
+mkdir "$work/folders" "$work/folders/frames.yuv" "$work/folders/component.log" "$work/folders/bitstream.264"
+decode_into() {  # decode_into <folder> <argument>...
+    "${decoder[@]}" --out "$@" >"$work/into.txt" 2>"$work/into.log"
+    [ $? -eq 1 ]
+}
+check "files that can't be made fail the run" decode_into "$work/folders" "$samples/avc.264"
+for what in "the input is not dumped (72 times)" "not dumped (72 times)" "component.log: can't be made"; do
+    check "and are told once: $what" test "$(grep -cF "$what" "$work/into.txt")" -ge 1
+done
+if mkdir "$work/small" && mount -t tmpfs -o size=1m none "$work/small" 2>/dev/null; then
+    check "a full disk fails the run" decode_into "$work/small/out" "$samples/avc.264"
+    check "and is told" grep -q 'frames.yuv holds .* of .* bytes' "$work/into.txt"
+    umount "$work/small"
+fi
+piped() { "${decoder[@]}" /dev/stdin <"$samples/avc.264" | grep -q 'frames  *72$'; }
+check "a pipe is read" piped
 
 exit $failed

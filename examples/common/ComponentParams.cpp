@@ -28,6 +28,11 @@ const char* NameOf(C2FieldDescriptor::type_t type) {
     }
 }
 
+bool IsNumber(const std::string& text) {
+    const size_t sign = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
+    return text.size() > sign && text.find_first_not_of("0123456789", sign) == std::string::npos;
+}
+
 template <typename T>
 T Load(const uint8_t* place) {
     T value;
@@ -156,12 +161,14 @@ bool ComponentParams::applyOne(const std::string& name, const std::string& value
         mOut << name << ": a " << NameOf(field->type) << " can't be set from text\n";
         return false;
     }
+    // The updater itself takes the number at a text's start.
+    if (field->type != C2FieldDescriptor::STRING && !IsNumber(value)) {
+        mOut << name << ": \"" << value << "\" is no number\n";
+        return false;
+    }
     const std::string before = valueOf(*field);
     try {
         mUpdater.updateParamsFromMessage({{name, value}}, &mValues);
-    } catch (const std::invalid_argument&) {
-        mOut << name << ": \"" << value << "\" is no number\n";
-        return false;
     } catch (const std::out_of_range&) {
         mOut << name << ": " << value << " is out of range\n";
         return false;

@@ -164,7 +164,9 @@ bool Component::decode(const InputUnit& unit) {
         return true;
     }
     note("in ", buffer);
-    mOutput->writeInput(buffer);
+    const std::string undumped = mOutput->writeInput(buffer);
+    if (!undumped.empty())
+        fail(name + undumped);
     const std::string error = submit(*buffer, unit);
     if (!error.empty())
         fail(name + error);

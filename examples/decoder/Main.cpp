@@ -1,14 +1,18 @@
 // A whole decoder component on a workstation: decodes a file as a device's component would, hands
 // the frames to a small framework that checks them, and says at its end what it did and what is
 // left open.
+#include <android/log.h>
 #include <lx2host/Gralloc.h>
 #include <lx2host/GraphicPools.h>
+#include <lx2host/LogSink.h>
 #include <lx2host/OpenResources.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
+#include <memory>
+#include <vector>
 
 #include "../common/ComponentParams.h"
 #include "Component.h"
@@ -73,6 +77,24 @@ DefaultColor DefaultsOf(const ComponentParams& parameters) {
     return defaults;
 }
 
+bool OpenLog(const std::string& path, std::shared_ptr<FILE>* file) {
+    file->reset(fopen(path.c_str(), "we"),
+                [](FILE* open) { return open != nullptr ? fclose(open) : 0; });
+    return *file != nullptr;
+}
+
+// Where the platform's log goes: into a file, or to standard error without the notices, and clear
+// of the line that shows the progress.
+void SendLogTo(const std::shared_ptr<FILE>& file, bool verbose) {
+    const bool progress = isatty(STDOUT_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
+    host::SetLogSink([file, verbose, progress](int priority, const char* tag, const char* text) {
+        if (file != nullptr)
+            fprintf(file.get(), "%d %s: %s\n", priority, tag, text);
+        else if (priority >= ANDROID_LOG_WARN || verbose)
+            fprintf(stderr, "%s%s: %s\n", progress ? "\r\033[K" : "", tag, text);
+    });
+}
+
 // Everything that lives while the stream is decoded, so that all of it is gone when this returns.
 bool DecodeStream(const InputStream& input, const Settings& settings,
                   const DefaultColor& defaults) {
@@ -91,6 +113,11 @@ bool DecodeStream(const InputStream& input, const Settings& settings,
         ShowProgress(component.statistics(), input.units().size());
     }
     component.finish();
+    std::vector<std::string> undone = output.close();
+    if (!output.problem().empty())
+        undone.push_back(output.problem());
+    for (const std::string& line : undone)
+        printf("error: %s\n", line.c_str());
     if (!input.damage().empty())
         printf("error: %s\n", input.damage().c_str());
     if (!input.note().empty())
@@ -104,12 +131,16 @@ bool DecodeStream(const InputStream& input, const Settings& settings,
         printf("framework: %s\n", complaint.c_str());
     PrintSummary(input, statistics, output);
     PrintCount("frames shown", framework.received());
-    return input.damage().empty() && statistics.errors.empty() && framework.complaints().empty();
+    if (const std::string play = output.playCommand(); !play.empty())
+        printf("  %-22s %s\n", "play", play.c_str());
+    return input.damage().empty() && statistics.errors.empty() && undone.empty() &&
+           framework.complaints().empty();
 }
 
 int Run(const Settings& settings) {
     ComponentParams parameters;
-    parameters.apply(settings.parameters);
+    if (parameters.apply(settings.parameters) != settings.parameters.size())
+        return kExitUsage;
     if (settings.listParameters) {
         parameters.list();
         return 0;
@@ -130,6 +161,13 @@ int Run(const Settings& settings) {
             return kExitDamaged;
         }
     }
+    std::shared_ptr<FILE> systemLog;
+    const std::string logPath = settings.out + "/system.log";
+    if (!settings.out.empty() && !OpenLog(logPath, &systemLog)) {
+        fprintf(stderr, "lx2_decoder: %s: can't be made\n", logPath.c_str());
+        return kExitDamaged;
+    }
+    SendLogTo(systemLog, settings.verbose);
     const host::OpenResources before;
     const bool clean = DecodeStream(*input, settings, DefaultsOf(parameters));
     const auto left = before.leftOpen();

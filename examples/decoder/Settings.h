@@ -21,7 +21,7 @@ struct Settings {
     size_t frameworkDepth = 3;  // buffers that the framework keeps
 };
 
-// False, with *error in one line, for arguments that it doesn't know.
+// False, with *error in one line, for arguments that it can't take.
 bool ParseArguments(int argc, char** argv, Settings* settings, std::string* error);
 
 extern const char* const kUsage;
