@@ -48,9 +48,9 @@ using FindHeaders = LX2Status (*)(const uint8_t*, uint32_t, uint32_t*);
 FindHeaders HeaderFinder(Codec codec) {
     switch (codec) {
         case Codec::Avc:
-            return &LX2AVCStreamParser::FindHeaders;
+            return &LX2AVCStreamParser::FindCodecConfig;
         case Codec::Hevc:
-            return &LX2HEVCStreamParser::FindHeaders;
+            return &LX2HEVCStreamParser::FindCodecConfig;
         default:
             return nullptr;  // VP8 and VP9 have their headers in every frame
     }
@@ -80,24 +80,26 @@ Component::Component(const InputStream& input, const Settings& settings,
     mInputPool = std::make_unique<LX2LinearBufferPool>(
         blocks, C2MemoryUsage::CPU_READ | uint64_t{C2MemoryUsage::CPU_WRITE});
     mInputPool->setAlignment(4096);
-    // Twice the largest unit: the header finder may look that far, into zeros.
-    mInputPool->setBufferSize(2 * input.largestUnit() + 8);
+    mInputPool->setBufferSize(input.largestUnit());
     mOutputPool->registerCallback(mDeletions);
     if (!mHardware.isReady())
-        fail("the video hardware has no decoder for " + input.mime());
+        fail("", "the video hardware has no decoder for " + input.mime());
 }
 
 Component::~Component() {
     mOutputPool->dropAllReferences();
 }
 
-void Component::fail(const std::string& what) {
-    constexpr size_t kErrorsKept = 10;
-    if (mStatistics.errors.size() < kErrorsKept)
-        mStatistics.errors.push_back(what);
+void Component::fail(const std::string& where, const std::string& what) {
+    auto& errors = mStatistics.errors;
+    const auto same =
+        std::find_if(errors.begin(), errors.end(),
+                     [&what](const Statistics::Error& error) { return error.what == what; });
+    if (same == errors.end())
+        errors.push_back({where, what, 1});
     else
-        ++mStatistics.furtherErrors;
-    mOutput->log(what.c_str());
+        ++same->count;
+    mOutput->log((where + what).c_str());
 }
 
 void Component::note(const char* what, const std::shared_ptr<LX2Buffer>& buffer) {
@@ -122,7 +124,7 @@ std::shared_ptr<LX2Buffer> Component::prepareInput(const InputUnit& unit) {
     if (mInputPool->allocate(&buffer) != C2_OK)
         return nullptr;
     auto mapping = buffer->linear()->map();
-    if (mapping == nullptr || mapping->data() == nullptr || mapping->size() < unit.size)
+    if (!LX2Buffer::Mapping::IsUsable(mapping) || mapping->size() < unit.size)
         return nullptr;
     memcpy(mapping->data(), unit.data, unit.size);
 
@@ -130,11 +132,8 @@ std::shared_ptr<LX2Buffer> Component::prepareInput(const InputUnit& unit) {
     uint64_t flags = unit.index + 1 == mInput.units().size() ? BufFlag::END_OF_STREAM : 0;
     const FindHeaders findHeaders = HeaderFinder(mInput.codec());
     if (findHeaders != nullptr && findHeaders(mapping->data(), unit.size, &headerSize) == C2_OK) {
-        headerSize = std::min(headerSize, unit.size);
         attachHeaders(buffer, mapping->data(), headerSize);
         flags |= headerSize == unit.size ? BufFlag::CODEC_CONFIG : 0;
-    } else {
-        headerSize = 0;
     }
     buffer->linear()->setRange(headerSize, unit.size - headerSize);
     buffer->setTimestamp(unit.timestamp);
@@ -146,7 +145,7 @@ std::shared_ptr<LX2Buffer> Component::prepareInput(const InputUnit& unit) {
 // The hardware reads the buffer, headers first.
 std::string Component::submit(const LX2Buffer& buffer, const InputUnit& unit) {
     auto mapping = buffer.linear()->mapReadOnly();
-    if (mapping == nullptr || mapping->data() == nullptr)
+    if (!LX2Buffer::Mapping::IsUsable(mapping))
         return "the input buffer can't be read";
     return mHardware.submit(mapping->data(), unit.size, unit.timestamp, unit.shown);
 }
@@ -160,16 +159,16 @@ bool Component::decode(const InputUnit& unit) {
     const std::string name = "access unit " + std::to_string(unit.index) + ": ";
     auto buffer = prepareInput(unit);
     if (buffer == nullptr) {
-        fail(name + "no input buffer");
+        fail(name, "no input buffer");
         return true;
     }
     note("in ", buffer);
     const std::string undumped = mOutput->writeInput(buffer);
     if (!undumped.empty())
-        fail(name + undumped);
+        fail(name, undumped);
     const std::string error = submit(*buffer, unit);
     if (!error.empty())
-        fail(name + error);
+        fail(name, error);
     deliverFinished();
     if (unit.endsSequence) {
         drain();
@@ -194,7 +193,7 @@ void Component::finish() {
 void Component::drain() {
     const std::string error = mHardware.drain();
     if (!error.empty())
-        fail("end of a sequence: " + error);
+        fail("end of a sequence: ", error);
     deliverFinished();
 }
 
@@ -205,7 +204,7 @@ void Component::deliverFinished() {
         if (frame)
             deliver(*frame);
         else if (!error.empty())
-            fail("frame " + std::to_string(mStatistics.frames) + ": " + error);
+            fail("frame " + std::to_string(mStatistics.frames) + ": ", error);
         if (mHardware.refuses() || (!frame && error.empty()))
             return;
     }
@@ -214,8 +213,8 @@ void Component::deliverFinished() {
 // A decoder that keeps a picture to itself is the fault that is seen the least.
 void Component::compareCounts() {
     if (mStatistics.frames != mStatistics.pictures)
-        fail(std::to_string(mStatistics.pictures) + " pictures went in and " +
-             std::to_string(mStatistics.frames) + " frames came out");
+        fail("", std::to_string(mStatistics.pictures) + " pictures went in and " +
+                     std::to_string(mStatistics.frames) + " frames came out");
 }
 
 std::shared_ptr<LX2Buffer> Component::allocate(const DecodedFrame& frame) {
@@ -295,17 +294,17 @@ void Component::deliver(const DecodedFrame& frame) {
     const std::string name = "frame " + std::to_string(mStatistics.frames) + ": ";
     auto buffer = allocate(frame);
     if (buffer == nullptr)
-        return fail(name + "no output buffer");
+        return fail(name, "no output buffer");
     if (!fill(buffer, frame))
-        return fail(name + "the output buffer can't be written");
+        return fail(name, "the output buffer can't be written");
     const Promise promise = annotate(buffer, frame);
     if (frame.corrupt)
-        fail(name + "decoded from damaged data");
+        fail(name, "decoded from damaged data");
     hold(buffer);
     note("out", buffer);
     const std::string error = mOutput->writeFrame(buffer);
     if (!error.empty())
-        fail(name + error);
+        fail(name, error);
     ++mStatistics.frames;
     if (mStatistics.frames == 1000)
         mStatistics.memoryEarly = ResidentKiB();

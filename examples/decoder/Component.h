@@ -21,6 +21,13 @@
 namespace lx2::example {
 
 struct Statistics {
+    // What went wrong, where for the first time, and how often.
+    struct Error {
+        std::string where;
+        std::string what;
+        uint64_t count;
+    };
+
     uint64_t units = 0;
     uint64_t headerBytes = 0;  // codec-specific data split off
     uint64_t inputBytes = 0;
@@ -34,8 +41,7 @@ struct Statistics {
     std::map<std::string, uint64_t> formats;  // frames by "WxH FORMAT"
     std::string codedColor;                   // of the last frame, as the stream says
     std::string color;                        // as settled with the defaults
-    std::vector<std::string> errors;          // the first of them, one line each
-    uint64_t furtherErrors = 0;
+    std::vector<Error> errors;
     uint64_t memoryEarly = 0;  // KiB resident at frame 1000
     uint64_t memoryLate = 0;   // and at the end
 };
@@ -73,7 +79,7 @@ class Component {
     Promise annotate(const std::shared_ptr<LX2Buffer>& buffer, const DecodedFrame& frame);
     void hold(const std::shared_ptr<LX2Buffer>& buffer);
     void dropOldestReference();
-    void fail(const std::string& what);
+    void fail(const std::string& where, const std::string& what);
     void note(const char* what, const std::shared_ptr<LX2Buffer>& buffer);
 
     const InputStream& mInput;

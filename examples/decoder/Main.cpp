@@ -123,10 +123,10 @@ bool DecodeStream(const InputStream& input, const Settings& settings,
     if (!input.note().empty())
         printf("note: %s\n", input.note().c_str());
     const Statistics& statistics = component.statistics();
-    for (const std::string& error : statistics.errors)
-        printf("error: %s\n", error.c_str());
-    if (statistics.furtherErrors > 0)
-        printf("error: and %llu more\n", static_cast<unsigned long long>(statistics.furtherErrors));
+    for (const auto& [where, what, count] : statistics.errors) {
+        const std::string times = count > 1 ? " (" + std::to_string(count) + " times)" : "";
+        printf("error: %s%s%s\n", where.c_str(), what.c_str(), times.c_str());
+    }
     for (const std::string& complaint : framework.complaints())
         printf("framework: %s\n", complaint.c_str());
     PrintSummary(input, statistics, output);
