@@ -1,5 +1,6 @@
 #include "Blitter.h"
 
+#include <Trace.h>
 #include <fcntl.h>
 #include <lx2/FrameGeometry.h>
 #include <lx2host/DmaBuf.h>
@@ -122,6 +123,8 @@ int32_t Blitter::map(int fd, void* cpu, size_t length, uint32_t flags, uint64_t*
     Mapping mapping;
     mapping.cpu = mapping.bytes = static_cast<uint8_t*>(cpu);
     mapping.length = length;
+    if (trace::IsOn())
+        mapping.track = trace::TrackOf(fd);
     // Of a DMA-BUF its own memory alone; other descriptors stand for any memory of the process.
     if (IsDmaBuf(fd)) {
         mapping.memory = HardwareMemory::Of(fd);
@@ -175,7 +178,7 @@ std::optional<Blitter::Target> Blitter::resolve(const Surface& surface) const {
     const auto layout = LayoutAt(surface.format, surface.def.width, surface.def.height, placements);
     if (!layout || layout->end() > mapping->length)
         return std::nullopt;
-    return Target{mapping->bytes, *layout};
+    return Target{mapping->bytes, *layout, mapping->track};
 }
 
 int32_t Blitter::draw(uint32_t target, const blit::BlitObject* objects, uint32_t count) {
@@ -195,6 +198,7 @@ int32_t Blitter::draw(uint32_t target, const blit::BlitObject* objects, uint32_t
     const auto destination = resolve(*to);
     if (!source || !destination)
         return kBlitBadAddress;
+    const trace::Blit traced(source->track, from->format, destination->track, to->format);
     CopyFrame(source->memory, source->layout, destination->memory, destination->layout);
     return kBlitOk;
 }

@@ -43,11 +43,13 @@ class Blitter {
         uint8_t* bytes = nullptr;      // where the blitter has it
         size_t length = 0;
         std::shared_ptr<HardwareMemory> memory;  // of a DMA-BUF
+        uint32_t track = 0;                      // when it is traced
     };
     // A surface's frame in mapped memory.
     struct Target {
         uint8_t* memory = nullptr;
         FrameLayout layout;
+        uint32_t track = 0;
     };
 
     const Surface* find(uint32_t id, uint32_t bits) const;

@@ -1,5 +1,6 @@
 #include <C2BlockInternal.h>
 #include <C2PlatformSupport.h>
+#include <Trace.h>
 #include <lx2host/DmaBuf.h>
 #include <lx2host/GraphicPools.h>
 #include <unistd.h>
@@ -15,6 +16,9 @@ class DmaBufAllocation : public C2LinearAllocation {
             return;
         mHandle->data[0] = lx2::host::AllocateDmaBuf(capacity);
         mHandle->data[1] = static_cast<int>(capacity);
+        if (isValid())
+            mLife = lx2::host::trace::Begin(lx2::host::trace::Kind::Memory, mHandle->data[0],
+                                            "linear", capacity);
     }
     ~DmaBufAllocation() override {
         if (isValid())
@@ -29,6 +33,7 @@ class DmaBufAllocation : public C2LinearAllocation {
 
   private:
     native_handle_t* mHandle;
+    lx2::host::trace::Slice mLife;
 };
 
 class BasicLinearPool : public C2BlockPool {
@@ -38,8 +43,12 @@ class BasicLinearPool : public C2BlockPool {
     c2_status_t fetchLinearBlock(uint32_t capacity, C2MemoryUsage,
                                  std::shared_ptr<C2LinearBlock>* block) override {
         auto allocation = std::make_shared<DmaBufAllocation>(capacity);
-        *block = allocation->isValid() ? _C2BlockFactory::CreateLinearBlock(allocation) : nullptr;
-        return *block != nullptr ? C2_OK : C2_NO_MEMORY;
+        block->reset();
+        if (!allocation->isValid())
+            return C2_NO_MEMORY;
+        *block = _C2BlockFactory::CreateLinearBlock(
+            lx2::host::trace::WhileOut<C2LinearAllocation>(std::move(allocation)));
+        return C2_OK;
     }
 };
 

@@ -1,3 +1,4 @@
+#include <Trace.h>
 #include <fcntl.h>
 #include <linux/dma-buf.h>
 #include <lx2host/DmaBuf.h>
@@ -16,6 +17,7 @@
 #include <new>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 namespace lx2::host {
 
@@ -27,10 +29,15 @@ constexpr const char* kLinkPrefix = "/memfd:lx2-dmabuf";
 // One kind of bracket: the memory, by its inode, and the access that the bracket opened.
 using Bracket = std::tuple<dev_t, ino_t, uint64_t>;
 
+struct Open {
+    uint64_t count = 0;
+    std::vector<trace::Slice> slices;  // of those, when they are traced
+};
+
 struct SyncState {
     std::mutex lock;
     SyncCounts counts;
-    std::map<Bracket, uint64_t> open;
+    std::map<Bracket, Open> open;
     SyncHook hook;
 };
 
@@ -40,22 +47,32 @@ SyncState& State() {
     return *state;
 }
 
-void Count(SyncState* state, const Bracket& bracket, bool end) {
-    uint64_t& open = state->open[bracket];
+const char* NameOf(uint64_t access) {
+    return access == DMA_BUF_SYNC_READ    ? "read"
+           : access == DMA_BUF_SYNC_WRITE ? "write"
+                                          : "read and write";
+}
+
+void Count(SyncState* state, const Bracket& bracket, int fd, bool end) {
+    Open& open = state->open[bracket];
     if (!end) {
+        if (trace::IsOn())
+            open.slices.push_back(trace::Begin(trace::Kind::Cpu, fd, NameOf(std::get<2>(bracket))));
         ++state->counts.starts;
         ++state->counts.open;
-        ++open;
+        ++open.count;
     } else {
+        if (!open.slices.empty())
+            open.slices.pop_back();
         ++state->counts.ends;
-        if (open > 0) {
+        if (open.count > 0) {
             --state->counts.open;
-            --open;
+            --open.count;
         } else {
             ++state->counts.unmatched;
         }
     }
-    if (open == 0)
+    if (open.count == 0)
         state->open.erase(bracket);
 }
 
@@ -75,7 +92,7 @@ int Sync(int fd, const dma_buf_sync* sync) {
         return -1;
     }
     try {
-        Count(&state, {info.st_dev, info.st_ino, sync->flags & DMA_BUF_SYNC_RW},
+        Count(&state, {info.st_dev, info.st_ino, sync->flags & DMA_BUF_SYNC_RW}, fd,
               (sync->flags & DMA_BUF_SYNC_END) != 0);
     } catch (const std::bad_alloc&) {  // nothing leaves an ioctl but its errno
         errno = ENOMEM;

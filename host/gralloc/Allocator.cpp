@@ -1,5 +1,6 @@
 #include <C2AllocatorGralloc.h>
 #include <PrivateRecord.h>
+#include <Trace.h>
 #include <lx2/PixFormat.h>
 #include <lx2device/PrivateHandle.h>
 #include <lx2host/DmaBuf.h>
@@ -16,15 +17,6 @@ namespace lx2::host {
 
 namespace {
 
-// The layout that a request resolves to.
-uint32_t LayoutFormat(uint32_t format, bool compressed) {
-    if (format == PixFormat::RGBA8888 && compressed)
-        return PixFormat::RGBA8888_CMPX;
-    if (IsAllocatorNv12(format))
-        return compressed ? PixFormat::MIREL_NV12_CMPX : PixFormat::MIREL_NV12;
-    return format;
-}
-
 // Unique among the processes that may share a buffer.
 uint64_t NextId() {
     static std::atomic<uint32_t> counter{0};
@@ -33,8 +25,8 @@ uint64_t NextId() {
 
 class GrallocAllocation : public C2GraphicAllocation {
   public:
-    GrallocAllocation(uint32_t width, uint32_t height, OwnedHandle handle)
-        : C2GraphicAllocation(width, height), mHandle(std::move(handle)) {
+    GrallocAllocation(uint32_t width, uint32_t height, OwnedHandle handle, trace::Slice life)
+        : C2GraphicAllocation(width, height), mHandle(std::move(handle)), mLife(std::move(life)) {
         HardwareMemory::Hold(mHandle.get());
     }
 
@@ -42,6 +34,7 @@ class GrallocAllocation : public C2GraphicAllocation {
 
   private:
     OwnedHandle mHandle;
+    trace::Slice mLife;
 };
 
 void CloseIfOpen(int fd) {
@@ -54,7 +47,7 @@ void CloseIfOpen(int fd) {
 std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t height,
                                                      uint32_t format, uint64_t usage) {
     const bool compressed = (usage & kUsageCompressed) != 0;
-    const FrameAllocation frame = AllocationOf(LayoutFormat(format, compressed), width, height);
+    const FrameAllocation frame = AllocationOf(LayoutFormatOf(format, compressed), width, height);
     if (width == 0 || height == 0 || frame.size == 0 ||
         frame.size > std::numeric_limits<uint32_t>::max())
         return nullptr;
@@ -84,7 +77,9 @@ std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t he
         CloseIfOpen(record.metadataFd);
         return nullptr;
     }
-    return std::make_shared<GrallocAllocation>(width, height, std::move(wrapped));
+    return std::make_shared<GrallocAllocation>(
+        width, height, std::move(wrapped),
+        trace::Begin(trace::Kind::Memory, record, "allocated", record.size));
 }
 
 uint64_t BufferId(const C2Handle* handle) {

@@ -1,4 +1,5 @@
 #include <C2BlockInternal.h>
+#include <Trace.h>
 #include <lx2host/Gralloc.h>
 #include <lx2host/GraphicPools.h>
 
@@ -35,7 +36,7 @@ class BasicGraphicPool : public C2BlockPool {
     c2_status_t fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
                                   C2MemoryUsage usage,
                                   std::shared_ptr<C2GraphicBlock>* block) override {
-        auto allocation = Allocate({width, height, format, usage.expected});
+        auto allocation = trace::WhileOut(Allocate({width, height, format, usage.expected}));
         *block = allocation ? _C2BlockFactory::CreateGraphicBlock(allocation) : nullptr;
         return *block != nullptr ? C2_OK : C2_NO_MEMORY;
     }
@@ -72,6 +73,7 @@ struct SlotGraphicPool::State {
         }
         std::shared_ptr<State> state;
         std::optional<size_t> index;
+        trace::Slice slice;
     };
 
     // A slot to hand out now, its buffer made to measure; none when all are out or memory is.
@@ -124,6 +126,7 @@ c2_status_t SlotGraphicPool::fetchGraphicBlock(uint32_t width, uint32_t height, 
         ++slot.out;
         allocation = slot.allocation;
     }
+    lease->slice = trace::Begin(trace::Kind::Out, allocation->handle()->data[0], trace::kOut);
     *block = _C2BlockFactory::CreateGraphicBlock(allocation, lease);
     return C2_OK;
 }

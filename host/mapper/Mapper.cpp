@@ -1,9 +1,10 @@
 #include <PrivateRecord.h>
+#include <Trace.h>
 #include <lx2host/HardwareMemory.h>
 #include <lx2host/Mapper.h>
 
 #include <mutex>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 
 namespace lx2::host {
@@ -18,7 +19,7 @@ using android::hardware::graphics::mapper::V3_0::IMapper;
 
 struct MapperState {
     std::mutex lock;
-    std::unordered_set<void*> imports;
+    std::unordered_map<void*, trace::Slice> imports;
     std::function<MapperService()> provider;
     Error onImport = Error::NONE;
     Error onFree = Error::NONE;
@@ -59,13 +60,14 @@ class Mapper : public IMapper {
         if (state.onImport != Error::NONE)
             return state.onImport;
         // Only the allocator's own records are let in.
-        if (PrivateRecordOf(handle) == nullptr)
+        const PrivateHandle* record = PrivateRecordOf(handle);
+        if (record == nullptr)
             return Error::BAD_BUFFER;
         OwnedHandle clone(native_handle_clone(handle));
         if (clone == nullptr)
             return Error::NO_RESOURCES;
         HardwareMemory::Hold(clone.get());
-        state.imports.insert(clone.get());
+        state.imports.emplace(clone.get(), trace::Begin(trace::Kind::Import, *record, "import"));
         *imported = clone.release();
         return Error::NONE;
     }
