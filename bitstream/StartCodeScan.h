@@ -63,7 +63,7 @@ template <class Vectors, Test kIsCode>
         typename Vectors::Words suspects{};
 #pragma GCC unroll 4
         for (const uint8_t* at = buf + p; at < buf + p + 4 * kSize; at += kSize) {
-            if constexpr (kIsCode == IsLong) {
+            if (kIsCode == IsLong) {
                 typename Vectors::Pairs pairs, behind;
                 memcpy(&pairs, at + 1, kSize);
                 memcpy(&behind, at + 3, kSize);

@@ -183,19 +183,20 @@ void Group(const std::vector<NalUnit>& units, ByteStream* stream, bool* hasPictu
     }
 }
 
+constexpr uint16_t kNoPicture = UINT16_MAX;
+
+// The type of the first slice of an access unit.
 uint16_t PictureType(const AccessUnit& unit, const CodecRules& rules) {
     for (const NalUnit& each : unit.units) {
         if (rules.isPicture(each.type))
             return each.type;
     }
-    return UINT16_MAX;
+    return kNoPicture;
 }
 
-// H.265: leading pictures that are skipped (RASL) behind a BLA picture, or behind a CRA picture
-// that is the stream's first or follows an end of sequence.
+// Beside units without a picture these are leading pictures of H.265 (RASL) behind a BLA picture,
+// or behind a CRA picture that is the stream's first or follows an end of sequence.
 void MarkSkipped(ByteStream* stream) {
-    if (stream->codec != VideoCodec::Hevc)
-        return;
     const CodecRules& rules = RulesOf(stream->codec);
     bool begins = true, skips = false;
     for (AccessUnit& unit : stream->accessUnits) {
@@ -204,7 +205,7 @@ void MarkSkipped(ByteStream* stream) {
             skips = begins || Between(type, 16, 18);
             begins = false;
         }
-        unit.skipped = skips && Between(type, 8, 9);
+        unit.skipped = type == kNoPicture || (skips && Between(type, 8, 9));
         begins = begins || unit.endsSequence;
     }
 }

@@ -25,7 +25,8 @@ struct AccessUnit {
     uint32_t size;
     bool keyFrame;      // decoding can start here
     bool endsSequence;  // by an end-of-sequence unit
-    bool skipped;       // leads a picture that opens a sequence, but needs what came before it
+    bool skipped;       // shows nothing: has no picture, or one that needs what came before a
+                        // picture that opens a sequence
     std::vector<NalUnit> units;
 };
 
