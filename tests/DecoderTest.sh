@@ -110,6 +110,9 @@ cat "$samples/avc_crop.264" pyramid.264 >open.264
 check "an open sequence behind a closed one is decoded whole" says_of open.264 "frames shown           56"
 check "and it is noted" says open "note: open.264: the last sequence is not closed as those before it"
 
+encode 176x144 libx264 slices.264 -x264-params slices=3:interlaced=1:bframes=3
+check "several slices a picture, interlaced" equals slices.264 20
+
 # Two fields of one macroblock of plain samples make a frame.
 field() { printf "\0\0\0\1$1"; head -c 256 /dev/zero | tr '\0' "$2"; head -c 129 /dev/zero | tr '\0' '\200'; }
 {
