@@ -6,11 +6,13 @@
 #include <lx2/LX2ColorConverter.h>
 #include <lx2/PixFormat.h>
 #include <lx2host/Gralloc.h>
+#include <sys/mman.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
+#include "Ratio.h"
 #include "SoftwareConvert.h"
 
 #ifdef LX2_HAVE_LIBYUV
@@ -66,30 +68,42 @@ void Memcpy(benchmark::State& state) {
     Finish(state, frame);
 }
 
+void Convert(const Frame& frame) {
+    color::ConvertYv12ToMirelNv12(frame.src.data(), frame.src.size(), frame.dst.data(),
+                                  frame.dst.size(), frame.width, frame.height);
+}
+
 void Software(benchmark::State& state) {
     Frame frame(state);
     for (auto _ : state) {
-        color::ConvertYv12ToMirelNv12(frame.src.data(), frame.src.size(), frame.dst.data(),
-                                      frame.dst.size(), frame.width, frame.height);
+        Convert(frame);
         benchmark::ClobberMemory();
     }
     Finish(state, frame);
 }
 
+void SoftwareToMemcpy(benchmark::State& state) {
+    const Frame frame(state);
+    bench::Compare(
+        state, [&] { memcpy(frame.dst.data(), frame.src.data(), frame.bytes()); },
+        [&] { Convert(frame); });
+}
+
 #ifdef LX2_HAVE_LIBYUV
-void LibyuvI420ToNV12(benchmark::State& state) {
-    Frame frame(state);
+void SoftwareToLibyuv(benchmark::State& state) {
+    const Frame frame(state);
     const int width = static_cast<int>(frame.width), height = static_cast<int>(frame.height);
     const int stride = static_cast<int>(frame.stride);
     const uint8_t* cr = frame.src.data() + size_t{frame.width} * frame.height;
     const uint8_t* cb = cr + size_t{frame.width} * frame.height / 4;
-    for (auto _ : state) {
-        libyuv::I420ToNV12(frame.src.data(), width, cb, width / 2, cr, width / 2, frame.dst.data(),
-                           stride, frame.dst.data() + size_t{frame.stride} * frame.rows, stride,
-                           width, height);
-        benchmark::ClobberMemory();
-    }
-    Finish(state, frame);
+    bench::Compare(
+        state,
+        [&] {
+            libyuv::I420ToNV12(
+                frame.src.data(), width, cb, width / 2, cr, width / 2, frame.dst.data(), stride,
+                frame.dst.data() + size_t{frame.stride} * frame.rows, stride, width, height);
+        },
+        [&] { Convert(frame); });
 }
 #endif
 
@@ -98,21 +112,31 @@ std::shared_ptr<LX2Buffer> Buffer(const benchmark::State& state, uint32_t format
         static_cast<uint32_t>(state.range(0)), static_cast<uint32_t>(state.range(1)), format, 0)));
 }
 
-// All of a conversion but the copying: two mappings of the buffers, every page of which the
-// conversion touches for the first time.
-void MapAndTouch(benchmark::State& state) {
+// All of a conversion, beside the least that it can be: both buffers mapped with their pages in
+// place, the frame converted, both unmapped.
+void FrontEndToParts(benchmark::State& state) {
     const Frame frame(state);
     const auto src = Buffer(state, PixFormat::YV12);
     const auto dst = Buffer(state, PixFormat::MIREL_NV12);
-    for (auto _ : state) {
-        const auto from = src->graphic()->map();
-        const auto to = dst->graphic()->map();
-        for (size_t at = 0; at < frame.bytes(); at += 4096) {
-            benchmark::DoNotOptimize(from->data()[at]);
-            to->data()[at] = 1;
-        }
-    }
-    Finish(state, frame);
+    LX2ColorConverter converter;
+    const auto map = [](const LX2Buffer::Graphic& view) {
+        return static_cast<uint8_t*>(mmap(nullptr, view.allocSize(), PROT_READ | PROT_WRITE,
+                                          MAP_SHARED | MAP_POPULATE, view.fd(), 0));
+    };
+    bench::Compare(
+        state,
+        [&] {
+            const auto &from = *src->graphic(), &to = *dst->graphic();
+            uint8_t *source = map(from), *target = map(to);
+            color::ConvertYv12ToMirelNv12(source, from.allocSize(), target, to.allocSize(),
+                                          frame.width, frame.height);
+            munmap(target, to.allocSize());
+            munmap(source, from.allocSize());
+        },
+        [&] {
+            if (converter.convert(src->graphic(), dst->graphic()) != 0)
+                state.SkipWithError("conversion failed");
+        });
 }
 
 void FrontEnd(benchmark::State& state, uint32_t from, uint32_t to) {
@@ -134,10 +158,11 @@ void Sizes(benchmark::internal::Benchmark* benchmark) {
 
 BENCHMARK(Memcpy)->Apply(Sizes);
 BENCHMARK(Software)->Apply(Sizes);
+BENCHMARK(SoftwareToMemcpy)->Apply(Sizes);
 #ifdef LX2_HAVE_LIBYUV
-BENCHMARK(LibyuvI420ToNV12)->Apply(Sizes);
+BENCHMARK(SoftwareToLibyuv)->Apply(Sizes);
 #endif
-BENCHMARK(MapAndTouch)->Apply(Sizes);
+BENCHMARK(FrontEndToParts)->Apply(Sizes);
 BENCHMARK_CAPTURE(FrontEnd, software, PixFormat::YV12, PixFormat::MIREL_NV12)->Apply(Sizes);
 BENCHMARK_CAPTURE(FrontEnd, blitter, PixFormat::MIREL_NV12_CMPX, PixFormat::YV12)
     ->Args({1280, 720})

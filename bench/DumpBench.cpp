@@ -12,11 +12,11 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <vector>
+
+#include "Ratio.h"
 
 namespace {
 
@@ -91,25 +91,12 @@ void Dump(benchmark::State& state, uint32_t format) {
     SetBytes(state, format);
 }
 
-double CpuSeconds() {
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 void DumpToMapAndOneWrite(benchmark::State& state, uint32_t format) {
     const MemoryFile file;
     const auto frame = Frame(format);
-    double written = 1e9, dumped = 1e9;
-    for (auto _ : state) {
-        const double start = CpuSeconds();
-        WritePass(file, format, [&] { return frame->graphic()->mapReadOnly(); });
-        const double middle = CpuSeconds();
-        DumpPass(file, frame);
-        written = std::min(written, middle - start);
-        dumped = std::min(dumped, CpuSeconds() - middle);
-    }
-    state.counters["ratio"] = dumped / written;
+    lx2::bench::Compare(
+        state, [&] { WritePass(file, format, [&] { return frame->graphic()->mapReadOnly(); }); },
+        [&] { DumpPass(file, frame); });
 }
 
 BENCHMARK_CAPTURE(OneWrite, NV12, lx2::PixFormat::NV12);
