@@ -10,7 +10,7 @@ install(TARGETS lx2_base lx2_platform lx2_utils EXPORT lxcodec2_utils)
 install(DIRECTORY include/lx2 base/include/lx2 device/include/lx2 DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   FILES_MATCHING PATTERN "*.h")
 if(LX2_HOST_PLATFORM)
-  install(TARGETS lx2_host EXPORT lxcodec2_utils)
+  install(TARGETS lx2_host lx2_testkit EXPORT lxcodec2_utils)
   file(GLOB standins CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/host/*/include)
   foreach(standin IN LISTS standins)
     install(DIRECTORY ${standin}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lx2host-platform)

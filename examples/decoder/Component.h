@@ -3,6 +3,7 @@
 
 #include <lx2/LX2Buffer.h>
 #include <lx2/LX2BufferPool.h>
+#include <lx2host/Framework.h>
 
 #include <cstdint>
 #include <deque>
@@ -11,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "../common/Framework.h"
 #include "../common/VideoColor.h"
 #include "FrameOutput.h"
 #include "InputStream.h"
@@ -19,6 +19,9 @@
 #include "VideoHardware.h"
 
 namespace lx2::example {
+
+using host::Framework;
+using host::Promise;
 
 struct Statistics {
     // What went wrong, where for the first time, and how often.

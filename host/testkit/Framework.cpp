@@ -1,11 +1,11 @@
-#include "Framework.h"
-
 #include <lx2/LX2Buffer.h>
 #include <lx2/LX2GrallocBuffer.h>
+#include <lx2host/Framework.h>
 
+#include <cstring>
 #include <utility>
 
-namespace lx2::example {
+namespace lx2::host {
 
 namespace {
 
@@ -112,4 +112,4 @@ void Framework::releaseAll() {
     }
 }
 
-}  // namespace lx2::example
+}  // namespace lx2::host

@@ -1,5 +1,13 @@
 // Plays the media framework behind a component's output: takes finished C2Buffers, checks each
-// against what the component promised of it, and keeps it for a while, as a renderer would.
+// against what the component promised of it, and keeps it for a while, as a renderer would. For
+// tests of components, in lx2::testkit (-llx2testkit):
+//
+//     lx2::host::Framework framework(2);
+//     ... framework.receive(output, {index, timestamp, crop}) for each buffer ...
+//     framework.releaseAll();
+//     EXPECT_THAT(framework.complaints(), IsEmpty());
+//
+// Used by one thread at a time.
 #pragma once
 
 #include <C2Buffer.h>
@@ -14,7 +22,7 @@
 #include <utility>
 #include <vector>
 
-namespace lx2::example {
+namespace lx2::host {
 
 // The metadata kind of a buffer's presentation time, for requests.
 constexpr uint32_t kAvTimestampRequest = 0x42008015;
@@ -62,4 +70,4 @@ class Framework {
     std::vector<std::string> mComplaints;
 };
 
-}  // namespace lx2::example
+}  // namespace lx2::host
