@@ -14,7 +14,7 @@ using lx2::ReflectedParamUpdater;
 
 constexpr int kKeys = 10;
 constexpr int kFieldsOfAParam = 10;
-constexpr uint32_t kIndex = C2Param::KIND_SETTING | C2Param::DIR_GLOBAL | C2Param::IS_VENDOR_FLAG;
+constexpr uint32_t kIndex = 0xA0008000;  // a global setting of a vendor's
 
 std::string ParamName(int64_t param) {
     return "component-parameter-" + std::to_string(param);
@@ -39,8 +39,9 @@ void BM_ParseMessage(benchmark::State& state) {
     ReflectedParamUpdater updater;
     for (int64_t param = 0; param < state.range(0) / kFieldsOfAParam; ++param) {
         const uint32_t index = kIndex | static_cast<uint32_t>(param);
-        updater.addParamDesc(std::make_shared<C2ParamDescriptor>(false, ParamName(param), index),
-                             C2StructDescriptor(index, fields), nullptr, true);
+        updater.addParamDesc(
+            std::make_shared<C2ParamDescriptor>(false, ParamName(param).c_str(), index),
+            C2StructDescriptor(index, fields), nullptr, true);
     }
     const ReflectedParamUpdater::Message message = MessageFor(state.range(0));
     int64_t sum = 0;

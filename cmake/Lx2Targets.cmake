@@ -30,6 +30,8 @@ function(lx2_subsystem name)
       target_include_directories(lx2_utils_${name} PRIVATE ${PROJECT_SOURCE_DIR}/${other})
     endforeach()
     target_link_libraries(lx2_utils_${name} PRIVATE lx2_platform)
+    # As bare as the device's headers are.
+    target_compile_definitions(lx2_utils_${name} PRIVATE LX2_HOST_BARE_C2_HEADERS)
     # A unique symbol would keep the library loaded after its last dlclose.
     target_compile_options(lx2_utils_${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
     set_property(GLOBAL APPEND PROPERTY lx2_subsystems lx2_utils_${name})

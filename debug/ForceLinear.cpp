@@ -1,8 +1,9 @@
+#include "FileDumpImpl.h"
+
 #include <C2PlatformSupport.h>
 #include <lx2/PixFormat.h>
 
 #include "DumpLog.h"
-#include "FileDumpImpl.h"
 
 namespace lx2 {
 

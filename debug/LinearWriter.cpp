@@ -1,7 +1,8 @@
+#include "FileDumpImpl.h"
+
 #include <C2Config.h>
 
 #include "DumpLog.h"
-#include "FileDumpImpl.h"
 
 namespace lx2 {
 

@@ -7,6 +7,7 @@
 #include <lx2/LX2Buffer.h>
 #include <lx2/PixFormat.h>
 #include <lx2device/PrivateHandle.h>
+#include <lx2host/Allocations.h>
 #include <lx2host/Gralloc.h>
 
 #include <algorithm>
@@ -44,10 +45,10 @@ inline HandleRecord CopyOf(const native_handle_t& handle) {
 }
 
 // An allocation under a handle of our own, over the memory of a real one.
-class Disguised : public C2GraphicAllocation {
+class Disguised : public host::GraphicMemory {
   public:
     Disguised(std::shared_ptr<C2GraphicAllocation> real, HandleRecord handle)
-        : C2GraphicAllocation(real->width(), real->height()),
+        : GraphicMemory(real->width(), real->height()),
           mReal(std::move(real)),
           mHandle(std::move(handle)) {}
     const C2Handle* handle() const override { return mHandle.get(); }

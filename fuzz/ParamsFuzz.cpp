@@ -23,9 +23,8 @@ constexpr uint32_t kTypes[] = {C2FieldDescriptor::INT32,  C2FieldDescriptor::UIN
                                C2FieldDescriptor::INT64,  C2FieldDescriptor::FLOAT,
                                C2FieldDescriptor::STRING, C2FieldDescriptor::BLOB};
 
-constexpr uint32_t kIndexBits[] = {C2Param::DIR_INPUT, C2Param::DIR_OUTPUT, C2Param::DIR_GLOBAL,
-                                   C2Param::DIR_GLOBAL | C2Param::IS_VENDOR_FLAG,
-                                   C2Param::DIR_GLOBAL | C2Param::IS_STRUCT_FLAG};
+// Of an input, an output, the component, a vendor, and of no parameter.
+constexpr uint32_t kIndexBits[] = {0, 0x10000000, 0x20000000, 0x20008000, 0x20020000};
 
 uint32_t AnyIndex(Input* input) {
     return input->PickValueInArray(kIndexBits) |
@@ -122,7 +121,7 @@ void Register(Input* input, ReflectedParamUpdater* updater) {
         if (input->ConsumeIntegralInRange<int>(0, 3) == 0)
             updater->supportWholeParam(name, index);
     }
-    const auto structure = reflector->describe(0);
+    const auto structure = reflector->describe(0u);
     switch (input->ConsumeIntegralInRange<int>(0, 3)) {
         case 0:
             for (const auto& descriptor : descriptors)

@@ -59,7 +59,7 @@ void UseLinear(Input* input, LX2FileDump* dump) {
 C2Rect AnyRect(Input* input) {
     const uint32_t width = AnyNumber(input), height = AnyNumber(input);
     const uint32_t left = AnyNumber(input), top = AnyNumber(input);
-    return {width, height, left, top};
+    return C2Rect(width, height).at(left, top);
 }
 
 bool Fits(const C2Rect& crop, const C2GraphicAllocation& allocation) {
@@ -69,7 +69,7 @@ bool Fits(const C2Rect& crop, const C2GraphicAllocation& allocation) {
 
 void CheckCrop(const LX2Buffer::Graphic& view) {
     const C2Rect& crop = view.crop();
-    const bool unset = crop == C2Rect();
+    const bool unset = (crop.width | crop.height | crop.left | crop.top) == 0;
     FUZZ_CHECK(view.effectiveWidth() == (unset ? view.width() : crop.width));
     FUZZ_CHECK(view.effectiveHeight() == (unset ? view.height() : crop.height));
 }

@@ -1,6 +1,8 @@
 // Writes one value into a binary parameter.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2Param.h>
 
 #include <cstddef>

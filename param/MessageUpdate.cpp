@@ -36,7 +36,7 @@ void ParseInteger(const std::string& name, const FieldDesc& desc, const std::str
 void Parse(const std::string& name, const FieldDesc& desc, const std::string& text,
            const Work& work) {
     // A whole parameter has no field, and no text makes one: it counts as unsupported.
-    switch (desc.field != nullptr ? desc.field->type() : C2FieldDescriptor::NO_INIT) {
+    switch (desc.field != nullptr ? uint32_t{desc.field->type()} : uint32_t{C2Value::NO_INIT}) {
         case C2FieldDescriptor::STRING:
             return ParseText(name, desc, text, work);
         case C2FieldDescriptor::INT32:

@@ -1,5 +1,6 @@
-#include <C2ParamInternal.h>
 #include <lx2/ReflectedParamUpdater.h>
+
+#include <C2ParamInternal.h>
 
 #include <utility>
 

@@ -15,7 +15,8 @@ constexpr LogModule kLog{"LX2GrallocUtils", LogGroup::Gralloc};
 // The first row of a key holds. The further rows of a key say what else it may stand for, which
 // depends on the primaries and is settled in the conversion.
 
-// RP431 and EBU3213 are paired with what the display stack takes for them, whatever its names say.
+// RP431 and the two values after it are paired with what the display stack takes for them, whatever
+// its names say. Those two are numbers: which of them EBU3213 names differs between platforms.
 const std::unordered_map<C2Color::primaries_t, lxd::ColorPrimaries>
     LX2GrallocMetadataTranslater::kC2ToDispPrimariesMap{
         {C2Color::PRIMARIES_UNSPECIFIED, lxd::ColorPrimaries_Unspecified},
@@ -26,7 +27,7 @@ const std::unordered_map<C2Color::primaries_t, lxd::ColorPrimaries>
         {C2Color::PRIMARIES_GENERIC_FILM, lxd::ColorPrimaries_GenericFilm},
         {C2Color::PRIMARIES_BT2020, lxd::ColorPrimaries_BT2020},
         {C2Color::PRIMARIES_RP431, lxd::ColorPrimaries_AdobeRGB},
-        {C2Color::PRIMARIES_EBU3213, lxd::ColorPrimaries_DCIP3},
+        {C2Color::primaries_t(8), lxd::ColorPrimaries_DCIP3},
         {C2Color::primaries_t(9), lxd::ColorPrimaries_EBU3213},
         {C2Color::PRIMARIES_OTHER, lxd::ColorPrimaries_Max},
     };

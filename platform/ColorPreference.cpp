@@ -1,6 +1,5 @@
 #include <lx2/LX2GrallocBuffer.h>
 
-#include <cstring>
 #include <utility>
 
 namespace lx2 {
@@ -53,9 +52,7 @@ LX2Status LX2ColorHsi::preferredHsi(const std::string& mime,
         return LX2_BAD_ARG;
     const bool takeCoded = !ClientComesFirst(mime) && codedAvailable &&
                            (HasMastering(coded) || !HasMastering(defaults));
-    // Assigning a parameter would leave its header as it is. The output may be one of the sources.
-    const void* source = takeCoded ? &coded : &defaults;
-    memmove(static_cast<void*>(out), source, sizeof(*out));
+    *out = takeCoded ? coded : defaults;
     return C2_OK;
 }
 

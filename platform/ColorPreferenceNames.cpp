@@ -8,12 +8,14 @@ namespace lx2 {
 
 namespace {
 
+// The names are those that the log has always had: platforms differ in what they call 8, and 9 has
+// none.
 constexpr NameRow<C2Color::primaries_t> kPrimaries[] = {
-    LX2_NAME_ROW(C2Color, PRIMARIES_UNSPECIFIED), LX2_NAME_ROW(C2Color, PRIMARIES_BT709),
-    LX2_NAME_ROW(C2Color, PRIMARIES_BT470_M),     LX2_NAME_ROW(C2Color, PRIMARIES_BT601_625),
-    LX2_NAME_ROW(C2Color, PRIMARIES_BT601_525),   LX2_NAME_ROW(C2Color, PRIMARIES_GENERIC_FILM),
-    LX2_NAME_ROW(C2Color, PRIMARIES_BT2020),      LX2_NAME_ROW(C2Color, PRIMARIES_RP431),
-    LX2_NAME_ROW(C2Color, PRIMARIES_EBU3213),     LX2_NAME_ROW(C2Color, PRIMARIES_OTHER),
+    LX2_NAME_ROW(C2Color, PRIMARIES_UNSPECIFIED),   LX2_NAME_ROW(C2Color, PRIMARIES_BT709),
+    LX2_NAME_ROW(C2Color, PRIMARIES_BT470_M),       LX2_NAME_ROW(C2Color, PRIMARIES_BT601_625),
+    LX2_NAME_ROW(C2Color, PRIMARIES_BT601_525),     LX2_NAME_ROW(C2Color, PRIMARIES_GENERIC_FILM),
+    LX2_NAME_ROW(C2Color, PRIMARIES_BT2020),        LX2_NAME_ROW(C2Color, PRIMARIES_RP431),
+    {C2Color::primaries_t(8), "PRIMARIES_EBU3213"}, LX2_NAME_ROW(C2Color, PRIMARIES_OTHER),
 };
 
 constexpr NameRow<C2Color::matrix_t> kMatrices[] = {

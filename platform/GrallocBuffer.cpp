@@ -1,6 +1,7 @@
+#include <lx2/LX2GrallocBuffer.h>
+
 #include <C2AllocatorGralloc.h>
 #include <android/hardware/graphics/mapper/3.0/IMapper.h>
-#include <lx2/LX2GrallocBuffer.h>
 #include <lx2/PixFormat.h>
 #include <lx2device/PrivateHandle.h>
 

@@ -66,7 +66,7 @@ LX2Status LX2GrallocBuffer::getMetadata(const std::vector<C2Param::Type>& types,
         return LX2_ERROR;
     bool fetched = false;
     for (const C2Param::Type& type : types) {
-        const uint32_t kind = type & kIgnoringStream;
+        const uint32_t kind = type.type();
         if (kind == kAvTimestampRequest) {
             fetched |= FetchAvTimestamp(mHandle, out);
         } else if (kind == kColorAspectsRequest) {

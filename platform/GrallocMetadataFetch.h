@@ -2,6 +2,8 @@
 // whether the display-metadata library had it; the library's getter must be there.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2Param.h>
 #include <lx2/LXDColorMetaData.h>
 

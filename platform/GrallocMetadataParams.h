@@ -1,6 +1,8 @@
 // The C2 parameters that carry a buffer's display metadata.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2Config.h>
 #include <C2Param.h>
 #include <lx2device/DisplayMetadataLibrary.h>
@@ -11,9 +13,6 @@
 #include <memory>
 
 namespace lx2 {
-
-// Types are compared without the bits that tell the stream.
-constexpr uint32_t kIgnoringStream = 0xFE0FFFFF;
 
 // Requested types.
 constexpr uint32_t kAvTimestampRequest = 0x42008015;

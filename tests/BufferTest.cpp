@@ -66,7 +66,7 @@ TEST_F(BufferTest, KindDecidesWhichViewIsValid) {
     EXPECT_EQ(buffer->graphic()->map(), nullptr);
 
     auto two = LX2Buffer::CreateFromC2Buffer(TwoBlocks());
-    EXPECT_EQ(two->type(), 1u);
+    EXPECT_EQ(two->type(), 2u);
     EXPECT_FALSE(two->linear()->isValid());
     EXPECT_FALSE(two->graphic()->isValid());
     EXPECT_THAT(log.take(), IsEmpty());

@@ -105,7 +105,7 @@ TEST_F(ColorConverterTest, ConvertsBetweenRgbAndYuv) {
 TEST_F(ColorConverterTest, GivesTheTargetTheSourcesCropBeforeItChecksAnything) {
     const auto source = GraphicBuffer(64, 48, PixFormat::NV12);
     const auto taller = GraphicBuffer(64, 64, PixFormat::NV12);
-    ASSERT_EQ(source->graphic()->setCrop({32, 16, 8, 4}), C2_OK);
+    ASSERT_EQ(source->graphic()->setCrop(C2Rect(32, 16).at(8, 4)), C2_OK);
     log.take();
     EXPECT_EQ(converter.convert(source->graphic(), nullptr), -2);
     EXPECT_EQ(converter.convert(nullptr, source->graphic()), -2);

@@ -212,7 +212,7 @@ TEST_F(ColorMetadataTest, TheStreamsAspectsComeFirstUnlessItIsVp8OrVp9) {
         EXPECT_EQ(LX2ColorAspects::preferredColorAspects(row.mime, make(row.coded), defaults, &out),
                   C2_OK);
         EXPECT_EQ(NumbersOf(out), row.result) << row.mime;
-        EXPECT_EQ(uint32_t(out.index()), 0xD2601809u) << "the header stays the caller's";
+        EXPECT_EQ(uint32_t(out.index()), 0xD2301809u) << "the header stays the caller's";
     }
 }
 

@@ -39,6 +39,7 @@ TEST_F(DeviceRecordsTest, PrivateHandleIsReadFromItsOffsets) {
         EXPECT_EQ(buffer.allocSize(), 4096u);
         EXPECT_EQ(buffer.offset(), 76u);
     }
+    native_handle_close(wrapped);
     native_handle_delete(wrapped);
     native_handle_close(plain);
     native_handle_delete(plain);

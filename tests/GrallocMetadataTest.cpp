@@ -117,19 +117,19 @@ TEST_F(GrallocMetadataTest, FetchesWhatIsAskedForWhateverTheStream) {
     EXPECT_EQ(buffer->getMetadata(std::vector<C2Param::Type>(), &out), LX2_ERROR);
     EXPECT_EQ(buffer->getMetadata({0xC2001234, 0xD2001809}, &out), LX2_ERROR);
     EXPECT_THAT(gets, IsEmpty());
-    EXPECT_EQ(buffer->getMetadata({0x42008015, 0xC2001809}, &out), LX2_ERROR);
+    EXPECT_EQ(buffer->getMetadata({0x42008015u, 0xC2001809}, &out), LX2_ERROR);
     EXPECT_THAT(out, IsEmpty());
     EXPECT_THAT(log.take(), ElementsAre(Warning(kTag, "Failed to get metadata: av timestamp"),
                                         Warning(kTag, "Failed to get metadata: COLOR_METADATA")));
 
     records[kAvTimestamp] = BytesOf(uint64_t{0x1122334455667788});
-    EXPECT_EQ(buffer->getMetadata({0xC2001809, 0x42008015}, &out), C2_OK) << "one is enough";
+    EXPECT_EQ(buffer->getMetadata({0xC2001809, 0x42008015u}, &out), C2_OK) << "one is enough";
     ASSERT_EQ(out.size(), 1u);
     records[kColor] = BytesOf(Bt2020());
     EXPECT_THAT(
         textsAt(kTrace,
                 [&] {
-                    buffer->getMetadata({0x42208015, 0xC2001234, 0xC3E01809}, &out);
+                    buffer->getMetadata({0x42208015u, 0xC2001234, 0xC3E01809}, &out);
                 }),
         ElementsAre("get av timestamp", "av timestamp: 1234605616436508552", "get color metadata",
                     "Color Metadata: {ColorPrimaries_BT2020 MatrixCoEff_BT2020 "

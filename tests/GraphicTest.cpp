@@ -176,19 +176,20 @@ TEST_F(GraphicViewTest, CropIsClampedAndSetAllTheSame) {
     auto buffer = GraphicBuffer(1920, 1080, PixFormat::MIREL_NV12);
     log.take();
     LX2Buffer::Graphic& view = *buffer->graphic();
-    EXPECT_EQ(view.crop(), C2Rect(1920, 1080));
-    EXPECT_EQ(view.setCrop(C2Rect(1919, 1079, 1, 1)), C2_OK);
-    EXPECT_EQ(view.crop(), C2Rect(1919, 1079, 1, 1)) << "up to the edges is within";
+    EXPECT_EQ(WordsOf(view.crop()), WordsOf(C2Rect(1920, 1080)));
+    EXPECT_EQ(view.setCrop(C2Rect(1919, 1079).at(1, 1)), C2_OK);
+    EXPECT_EQ(WordsOf(view.crop()), WordsOf(C2Rect(1919, 1079).at(1, 1)))
+        << "up to the edges is within";
     const std::pair<C2Rect, C2Rect> clamped[] = {
-        {C2Rect(1920, 1080, 16, 0), C2Rect(1904, 1080, 16, 0)},
-        {C2Rect(10, 10, 4000, 4000), C2Rect(0, 0, 1920, 1080)},
+        {C2Rect(1920, 1080).at(16, 0), C2Rect(1904, 1080).at(16, 0)},
+        {C2Rect(10, 10).at(4000, 4000), C2Rect(0, 0).at(1920, 1080)},
         {C2Rect(1920, 1081), C2Rect(1920, 1080)},
         // the sums wrap: 8 + 2^32 - 4 is 4, less the left edge of 8
-        {C2Rect(0xFFFFFFFC, 10, 8, 0), C2Rect(0xFFFFFFFC, 10, 8, 0)},
+        {C2Rect(0xFFFFFFFC, 10).at(8, 0), C2Rect(0xFFFFFFFC, 10).at(8, 0)},
     };
     for (const auto& [asked, set] : clamped) {
         EXPECT_EQ(view.setCrop(asked), C2_CANNOT_DO);
-        EXPECT_EQ(view.crop(), set);
+        EXPECT_EQ(WordsOf(view.crop()), WordsOf(set));
     }
     EXPECT_THAT(log.take(), IsEmpty());
     EXPECT_THAT(textsAt(0x02000001, [&] { view.setCrop(clamped[0].first); }),
@@ -196,9 +197,9 @@ TEST_F(GraphicViewTest, CropIsClampedAndSetAllTheSame) {
     auto shared = buffer->getSharedBuffer();
     auto wrapped = LX2Buffer::CreateFromC2Buffer(shared);
     log.take();
-    EXPECT_EQ(wrapped->graphic()->crop(), C2Rect(1904, 1080, 16, 0));
+    EXPECT_EQ(WordsOf(wrapped->graphic()->crop()), WordsOf(C2Rect(1904, 1080).at(16, 0)));
     EXPECT_EQ(wrapped->graphic()->setCrop(C2Rect(1, 1)), C2_CANNOT_DO);
-    EXPECT_EQ(wrapped->graphic()->crop(), C2Rect(1904, 1080, 16, 0));
+    EXPECT_EQ(WordsOf(wrapped->graphic()->crop()), WordsOf(C2Rect(1904, 1080).at(16, 0)));
     EXPECT_THAT(log.take(), IsEmpty());
     EXPECT_EQ(wrapped->getSharedBuffer(), shared);
 }
@@ -206,9 +207,9 @@ TEST_F(GraphicViewTest, CropIsClampedAndSetAllTheSame) {
 TEST_F(GraphicViewTest, EffectiveSizeComesFromTheCropUnlessNoneIsSet) {
     auto buffer = GraphicBuffer(320, 240, PixFormat::NV12);
     const std::pair<C2Rect, C2Rect> rows[] = {
-        {C2Rect(0, 0, 0, 0), C2Rect(320, 240)}, {C2Rect(100, 50, 4, 4), C2Rect(100, 50)},
-        {C2Rect(0, 10, 0, 0), C2Rect(0, 10)},   {C2Rect(10, 0, 0, 0), C2Rect(10, 0)},
-        {C2Rect(0, 0, 8, 0), C2Rect(0, 0)},     {C2Rect(0, 0, 0, 8), C2Rect(0, 0)}};
+        {C2Rect(0, 0), C2Rect(320, 240)},      {C2Rect(100, 50).at(4, 4), C2Rect(100, 50)},
+        {C2Rect(0, 10), C2Rect(0, 10)},        {C2Rect(10, 0), C2Rect(10, 0)},
+        {C2Rect(0, 0).at(8, 0), C2Rect(0, 0)}, {C2Rect(0, 0).at(0, 8), C2Rect(0, 0)}};
     for (const auto& [crop, effective] : rows) {
         buffer->graphic()->setCrop(crop);
         EXPECT_EQ(buffer->graphic()->effectiveWidth(), effective.width);
@@ -290,7 +291,7 @@ TEST_F(GraphicViewTest, AlignsAsEachFormatRequires) {
 TEST_F(GraphicViewTest, IsDescribedInOneLine) {
     auto buffer = GraphicBuffer(320, 240, PixFormat::NV12);
     buffer->setTimestamp(5);
-    buffer->graphic()->setCrop(C2Rect(100, 50, 2, 4));
+    buffer->graphic()->setCrop(C2Rect(100, 50).at(2, 4));
     char text[160] = {};
     const std::string fd = std::to_string(buffer->graphic()->fd());
     EXPECT_EQ(LX2Buffer::AsString(buffer, text, sizeof(text)),

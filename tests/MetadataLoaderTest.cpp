@@ -45,7 +45,7 @@ class MetadataLoaderTest : public Fixture {
         const auto buffer = utils.open(*allocation);
         log.take();
         std::vector<std::unique_ptr<C2Param>> infos;
-        const LX2Status got = buffer->getMetadata({0x42008015}, &infos);
+        const LX2Status got = buffer->getMetadata({0x42008015u}, &infos);
         const LX2Status set = buffer->setMetadata({});
         const auto lines = log.take();
         EXPECT_EQ(lines.size(), (got == LX2_ERROR ? 1u : 0u) + (set == LX2_ERROR ? 1u : 0u));

@@ -153,10 +153,11 @@ TEST_F(OutOfMemoryTest, TheStandInsLeaveNothingOpen) {
 }
 
 TEST_F(OutOfMemoryTest, AParameterThatCannotGrowStaysAsItIs) {
-    constexpr uint32_t kIndex = C2Param::KIND_SETTING | C2Param::DIR_GLOBAL | 1;
+    constexpr uint32_t kIndex = 0xA0000001;
+    const std::vector<C2FieldDescriptor> fields = {{C2FieldDescriptor::STRING, 0, "t", 0, 1}};
     ReflectedParamUpdater updater;
-    updater.addParamDesc(std::make_shared<C2ParamDescriptor>(false, "p", kIndex),
-                         {1, {{C2FieldDescriptor::STRING, 0, "t", 0, 0}}}, nullptr, false);
+    updater.addParamDesc(std::make_shared<C2ParamDescriptor>(false, "p", kIndex), {1u, fields},
+                         nullptr, false);
     uint32_t memory[] = {8, kIndex};
     std::vector<std::unique_ptr<C2Param>> params;
     params.push_back(C2Param::Copy(*C2Param::From(memory, sizeof(memory))));

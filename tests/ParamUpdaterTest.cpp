@@ -20,8 +20,9 @@ using Message = ReflectedParamUpdater::Message;
 using Params = std::vector<std::unique_ptr<C2Param>>;
 
 constexpr char kTag[] = "ReflectedParamUpdater";
-constexpr uint32_t kGlobal = C2Param::KIND_SETTING | C2Param::DIR_GLOBAL;
-constexpr uint32_t kVendorIndex = kGlobal | C2Param::IS_VENDOR_FLAG | 5;
+constexpr uint32_t kGlobal = 0xA0000000;  // a setting of the whole component
+constexpr uint32_t kStructFlag = C2FieldDescriptor::STRUCT_FLAG;
+constexpr uint32_t kVendorIndex = kGlobal | (C2Param::TYPE_INDEX_VENDOR_START + 5);
 
 class FakeReflector : public C2ParamReflector {
   public:
@@ -101,16 +102,17 @@ TEST_F(ParamUpdaterTest, VendorParametersAreMarkedInTheListForm) {
     // The single form without the mark; the parameter keeps its first name.
     updater.clear();
     EXPECT_EQ(keysAmong(names), "");
-    updater.addParamDesc(Desc("qp-range", kVendorIndex), {5, fields}, nullptr, false);
+    updater.addParamDesc(Desc("qp-range", kVendorIndex), {5u, fields}, nullptr, false);
     EXPECT_EQ(keysAmong(names), "qp-range.max@0:4 qp-range.min@0:4 ");
     EXPECT_EQ(updater.getParamName(kVendorIndex), "vendor.qp-range");
-    EXPECT_EQ(updater.getParamName(5), "<unknown 5>");
+    EXPECT_EQ(updater.getParamName(5u), "<unknown 5>");
     EXPECT_EQ(updater.getParamName(0xFFFFFFFF), "<unknown 4294967295>");
 }
 
 TEST_F(ParamUpdaterTest, WhatNoKeyCanAddressIsLoggedAndLeftOut) {
     updater.addParamDesc(reflector, {nullptr, Desc("dark", kGlobal | 9)});
-    updater.addParamDesc(nullptr, {9, {}}, reflector, true);
+    const std::vector<Field> none, two = {{0x20100, 1, "s", 0, 4}, {Field::BLOB, 2, "b", 4, 2}};
+    updater.addParamDesc(nullptr, {9u, none}, reflector, true);
     updater.addParamDesc(nullptr, {Desc("alone", kGlobal | 8)});
     reflector->structures[0x100] = {{0x20100, 1, "self", 0, 4}};
     gC2LogLevel = 0x01000002;
@@ -123,11 +125,9 @@ TEST_F(ParamUpdaterTest, WhatNoKeyCanAddressIsLoggedAndLeftOut) {
          {0x20055, 1, "nowhere", 0, 8},
          {0x20100, 1, "loop", 0, 4},
          {Field::STRING, 0, "text", 16, 0}});
-    add("p", kGlobal | C2Param::IS_STRUCT_FLAG | 2, {{Field::INT32, 1, "x", 0, 4}});
+    add("p", kGlobal | kStructFlag | 2, {{Field::INT32, 1, "x", 0, 4}});
     gC2LogLevel = 0x02000003;
-    updater.addParamDesc(Desc("q", kGlobal | 3),
-                         {3, {{0x20100, 1, "s", 0, 4}, {Field::BLOB, 2, "b", 4, 2}}}, nullptr,
-                         true);
+    updater.addParamDesc(Desc("q", kGlobal | 3), {3u, two}, nullptr, true);
     EXPECT_THAT(
         log.take(),
         ElementsAre(Error(kTag, "Could not describe dark"), Error(kTag, "Could not describe alone"),
@@ -140,14 +140,14 @@ TEST_F(ParamUpdaterTest, WhatNoKeyCanAddressIsLoggedAndLeftOut) {
                     Error(kTag, "Could not describe structure of p.loop.self"),
                     Debug(kTag, "p.text registered"), Error(kTag, "ignored struct field q.s")));
     EXPECT_EQ(keysAmong({"p.array", "p.eight", "p.text", "p.x", "q.s", "dark"}), "p.text@0:2 ");
-    EXPECT_EQ(updater.getParamName(kGlobal | C2Param::IS_STRUCT_FLAG | 2), "<unknown 2684485634>");
+    EXPECT_EQ(updater.getParamName(kGlobal | kStructFlag | 2), "<unknown 2684485634>");
 }
 
 TEST_F(ParamUpdaterTest, AWholeParameterIsOneKeyThatTakesNoText) {
     const std::vector<Field> fields = {{Field::INT32, 1, "x", 0, 4}};
-    updater.supportWholeParam("p", 1);
-    updater.supportWholeParam("p", 2);
-    updater.supportWholeParam("q", 77);
+    updater.supportWholeParam("p", 1u);
+    updater.supportWholeParam("p", 2u);
+    updater.supportWholeParam("q", 77u);
     for (int round = 0; round < 2; ++round) {  // the list of whole parameters outlives clear()
         add("p", kGlobal | 1, fields);
         add("q", kGlobal | 2, fields);  // another core index: not that parameter
@@ -196,7 +196,7 @@ TEST_F(ParamUpdaterTest, AnExceptionLeavesTheKeysBeforeItDone) {
     EXPECT_THROW(updater.updateParamsFromMessage(message, &params), std::invalid_argument);
     EXPECT_EQ(IntAt(*params[0], 0), 1);
     EXPECT_EQ(IntAt(*params[2], 0), 0);
-    std::vector<C2Param::Index> indices = {1};
+    std::vector<C2Param::Index> indices = {1u};
     EXPECT_THROW(updater.getParamIndicesFromMessage(message, &indices), std::invalid_argument);
     EXPECT_THAT(indices, IsEmpty());
 }
@@ -238,7 +238,7 @@ TEST_F(ParamUpdaterTest, UpdatesWhatIsThereAndLogsTheRest) {
     add("q", kGlobal | 2, {{Field::INT32, 1, "x", 0, 4}, {Field::INT64, 1, "l", 0, 8}});
     params.push_back(Param(kGlobal | 1, "...."));
     params.push_back(Param(kGlobal | 1, "...."));
-    params.push_back(Param(C2Param::DIR_UNDEFINED | 2, "...."));
+    params.push_back(Param(0x30000002, "...."));
     updater.updateParamsFromMessage(
         {{"p.x", "5"}, {"p.b", "1"}, {"q.x", "6"}, {"q.l", "1"}, {"r.x", "7"}}, &params);
     EXPECT_EQ(Body(*params[0]), "....");
@@ -251,7 +251,7 @@ TEST_F(ParamUpdaterTest, UpdatesWhatIsThereAndLogsTheRest) {
     updater.parseMessageAndDoWork({{"p.x", "1"}}, nullptr);
     updater.getParamIndicesFromMessage({{"p.x", "1"}}, nullptr);
     updater.updateParamsFromMessage({{"p.x", "1"}}, nullptr);
-    std::vector<C2Param::Index> indices = {1};
+    std::vector<C2Param::Index> indices = {1u};
     add("a", kGlobal | 3, {{Field::INT32, 1, "x", 0, 4}, {Field::STRING, 0, "y", 4, 0}});
     gC2LogLevel = 2;
     add("p", kGlobal | 4, {{Field::STRING, 8, "x", 0, 8}});

@@ -11,6 +11,25 @@
 #include <utility>
 
 namespace lx2::example {
+
+const std::vector<C2FieldDescriptor> C2PictureSizeStruct::FieldList() {
+    return {DESCRIBE_C2FIELD(width, "width") DESCRIBE_C2FIELD(height, "height")};
+}
+const std::vector<C2FieldDescriptor> C2WindowStruct::FieldList() {
+    return {DESCRIBE_C2FIELD(left, "left") DESCRIBE_C2FIELD(top, "top")
+                DESCRIBE_C2FIELD(picture, "size")};
+}
+const std::vector<C2FieldDescriptor> C2LabelStruct::FieldList() {
+    return {DESCRIBE_C2FIELD(text, "text")};
+}
+const std::vector<C2FieldDescriptor> C2DefaultColorStruct::FieldList() {
+    return {DESCRIBE_C2FIELD(range, "range") DESCRIBE_C2FIELD(primaries, "primaries")
+                DESCRIBE_C2FIELD(transfer, "transfer") DESCRIBE_C2FIELD(matrix, "matrix")};
+}
+const std::vector<C2FieldDescriptor> C2QpRangeStruct::FieldList() {
+    return {DESCRIBE_C2FIELD(min, "min") DESCRIBE_C2FIELD(max, "max")};
+}
+
 namespace {
 
 const char* NameOf(C2FieldDescriptor::type_t type) {
@@ -44,8 +63,8 @@ T Load(const uint8_t* place) {
 
 ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
     auto reflector = std::make_shared<C2ReflectorHelper>();
-    reflector->addStructDescriptors<PictureSizeStruct, Priority, OutputDelay, OperatingRate, Window,
-                                    Label, Comment, InitData, DefaultColor, QpRange>();
+    reflector->addStructDescriptors<C2PictureSizeStruct, Priority, OutputDelay, OperatingRate,
+                                    Window, Label, Comment, InitData, DefaultColor, QpRange>();
     mReflector = std::move(reflector);
     describe<Priority>("priority");
     describe<OutputDelay>("output-delay");
@@ -59,26 +78,27 @@ ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
     mUpdater.addParamDesc(mReflector, mDescriptors);
     for (const auto& desc : mDescriptors)
         addFields(desc->index(), mUpdater.getParamName(desc->index()), sizeof(C2Param),
-                  *mReflector->describe(desc->index().coreIndex()));
+                  *mReflector->describe(desc->index()));
 
     // Every parameter but the operating rate, which a component describes and need not have.
     add(std::make_unique<Priority>(0));
     add(std::make_unique<OutputDelay>(2u));
-    add(std::make_unique<Window>(0u, WindowStruct{0, 0, {1920, 1080}}));
-    add(std::make_unique<Label>(LabelStruct{"decoder"}));
+    add(std::make_unique<Window>(0u, C2WindowStruct{0, 0, {1920, 1080}}));
+    add(std::make_unique<Label>(C2LabelStruct{"decoder"}));
     add(Comment::AllocUnique(1));
     auto initData = InitData::AllocUnique(4);
     std::copy_n("\x00\x00\x00\x01", 4, initData->m.value);
     add(std::move(initData));
     add(std::make_unique<DefaultColor>(
-        0u, DefaultColorStruct{C2Color::RANGE_LIMITED, C2Color::PRIMARIES_BT601_525,
-                               C2Color::TRANSFER_170M, C2Color::MATRIX_BT601}));
-    add(std::make_unique<QpRange>(0u, QpRangeStruct{0, 51}));
+        0u, C2DefaultColorStruct{C2Color::RANGE_LIMITED, C2Color::PRIMARIES_BT601_525,
+                                 C2Color::TRANSFER_170M, C2Color::MATRIX_BT601}));
+    add(std::make_unique<QpRange>(0u, C2QpRangeStruct{0, 51}));
 }
 
 template <typename P>
 void ComponentParams::describe(const char* name) {
-    mDescriptors.push_back(std::make_shared<C2ParamDescriptor>(false, name, P::PARAM_TYPE));
+    mDescriptors.push_back(
+        std::make_shared<C2ParamDescriptor>(false, name, uint32_t{P::PARAM_TYPE}));
 }
 
 template <typename P>
@@ -92,7 +112,7 @@ void ComponentParams::addFields(C2Param::Index param, const std::string& path, s
         const std::string name = path + "." + field.name();
         const size_t place = offset + _C2ParamInspector::GetOffset(field);
         if ((field.type() & C2FieldDescriptor::STRUCT_FLAG) != 0)
-            addFields(param, name, place, *mReflector->describe(field.type() & C2Param::CORE_MASK));
+            addFields(param, name, place, *mReflector->describe(uint32_t{field.type()}));
         else
             mFields.push_back({name, param, field.type(), field.extent(), place});
     }
@@ -100,7 +120,7 @@ void ComponentParams::addFields(C2Param::Index param, const std::string& path, s
 
 C2Param* ComponentParams::find(C2Param::Index index) const {
     for (const auto& value : mValues)
-        if (uint32_t{value->index()} == uint32_t{index})
+        if (value->index() == uint32_t{index})
             return value.get();
     return nullptr;
 }

@@ -9,8 +9,9 @@
 // Used by one thread at a time.
 #pragma once
 
-#include <C2ParamDef.h>
 #include <lx2/ReflectedParamUpdater.h>
+
+#include <C2ParamDef.h>
 
 #include <cstdint>
 #include <iostream>
@@ -20,61 +21,62 @@
 
 namespace lx2::example {
 
+enum : uint32_t {
+    kParamIndexPriority = 0x0101,
+    kParamIndexOutputDelay,
+    kParamIndexOperatingRate,
+    kParamIndexWindow,
+    kParamIndexPictureSize,
+    kParamIndexLabel,
+    kParamIndexComment,
+    kParamIndexInitialData,
+    kParamIndexDefaultColor,
+    kParamIndexQpRange = C2Param::TYPE_INDEX_VENDOR_START + 0x0101,
+};
+
+struct C2PictureSizeStruct {
+    uint32_t width;
+    uint32_t height;
+    DEFINE_C2STRUCT(PictureSize)
+} C2_PACK;
+
+struct C2WindowStruct {
+    int32_t left;
+    int32_t top;
+    C2PictureSizeStruct picture;
+    DEFINE_C2STRUCT(Window)
+} C2_PACK;
+
+struct C2DefaultColorStruct {  // as C2Color numbers them
+    uint32_t range;
+    uint32_t primaries;
+    uint32_t transfer;
+    uint32_t matrix;
+    DEFINE_C2STRUCT(DefaultColor)
+} C2_PACK;
+
+struct C2LabelStruct {
+    char text[16];
+    DEFINE_C2STRUCT(Label)
+} C2_PACK;
+
+struct C2QpRangeStruct {
+    int32_t min;
+    int32_t max;
+    DEFINE_C2STRUCT(QpRange)
+} C2_PACK;
+
 class ComponentParams {
   public:
-    enum ParamIndex : uint32_t {
-        kPriority = 0x0101,
-        kOutputDelay = 0x0102,
-        kOperatingRate = 0x0103,
-        kWindow = 0x0104,
-        kPictureSize = 0x0105,
-        kLabel = 0x0106,
-        kComment = 0x0107,
-        kInitData = 0x0108,
-        kDefaultColor = 0x0109,
-        kQpRange = C2Param::IS_VENDOR_FLAG | 0x0101,
-    };
-    struct PictureSizeStruct {
-        uint32_t width;
-        uint32_t height;
-        C2STRUCT_FIELDS(PictureSizeStruct, kPictureSize, C2FIELD(width, "width"),
-                        C2FIELD(height, "height"))
-    };
-    struct WindowStruct {
-        int32_t left;
-        int32_t top;
-        PictureSizeStruct picture;
-        C2STRUCT_FIELDS(WindowStruct, kWindow, C2FIELD(left, "left"), C2FIELD(top, "top"),
-                        C2FIELD(picture, "size"))
-    };
-    struct DefaultColorStruct {  // as C2Color numbers them
-        uint32_t range;
-        uint32_t primaries;
-        uint32_t transfer;
-        uint32_t matrix;
-        C2STRUCT_FIELDS(DefaultColorStruct, kDefaultColor, C2FIELD(range, "range"),
-                        C2FIELD(primaries, "primaries"), C2FIELD(transfer, "transfer"),
-                        C2FIELD(matrix, "matrix"))
-    };
-    struct LabelStruct {
-        char text[16];
-        C2STRUCT_FIELDS(LabelStruct, kLabel, C2FIELD(text, "text"))
-    };
-    struct QpRangeStruct {
-        int32_t min;
-        int32_t max;
-        C2STRUCT_FIELDS(QpRangeStruct, kQpRange, C2FIELD(min, "min"), C2FIELD(max, "max"))
-    };
-
-    using Priority = C2GlobalParam<C2Setting, C2Int32Value, kPriority>;
-    using OutputDelay = C2PortParam<C2Tuning, C2Uint32Value, kOutputDelay>::output;
-    using OperatingRate = C2GlobalParam<C2Tuning, C2Uint32Value, kOperatingRate>;
-    using Window = C2StreamParam<C2Setting, WindowStruct>::output;
-    using Label = C2GlobalParam<C2Setting, LabelStruct>;
-    using Comment = C2GlobalParam<C2Setting, C2StringValue, kComment>;
-    using InitData = C2StreamParam<C2Info, C2BlobValue, kInitData>::output;
-    using DefaultColor = C2StreamParam<C2Tuning, DefaultColorStruct>::output;
-    using QpRange = C2StreamParam<C2Tuning, QpRangeStruct>::output;
+    using Priority = C2GlobalParam<C2Setting, C2Int32Value, kParamIndexPriority>;
+    using OutputDelay = C2PortParam<C2Tuning, C2Uint32Value, kParamIndexOutputDelay>::output;
+    using OperatingRate = C2GlobalParam<C2Tuning, C2Uint32Value, kParamIndexOperatingRate>;
+    using Window = C2StreamParam<C2Setting, C2WindowStruct>::output;
+    using Label = C2GlobalParam<C2Setting, C2LabelStruct>;
+    using Comment = C2GlobalParam<C2Setting, C2StringValue, kParamIndexComment>;
+    using InitData = C2StreamParam<C2Info, C2BlobValue, kParamIndexInitialData>::output;
+    using DefaultColor = C2StreamParam<C2Tuning, C2DefaultColorStruct>::output;
+    using QpRange = C2StreamParam<C2Tuning, C2QpRangeStruct>::output;
 
     // out receives everything that is printed, and outlives this object.
     explicit ComponentParams(std::ostream& out = std::cout);
@@ -90,7 +92,7 @@ class ComponentParams {
     // described but that this component does not have, as OperatingRate.
     template <typename P>
     const P* get() const {
-        return P::From(find(P::PARAM_TYPE));
+        return P::From(find(uint32_t{P::PARAM_TYPE}));
     }
 
   private:

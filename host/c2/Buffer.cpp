@@ -12,10 +12,8 @@ struct PublicBuffer : C2Buffer {
 
 }  // namespace
 
-C2Buffer::C2Buffer(const std::vector<C2ConstLinearBlock>& blocks, C2BufferData::type_t type)
-    : mData(type, blocks) {}
-C2Buffer::C2Buffer(const std::vector<C2ConstGraphicBlock>& blocks, C2BufferData::type_t type)
-    : mData(type, blocks) {}
+C2Buffer::C2Buffer(const std::vector<C2ConstLinearBlock>& blocks) : mData(blocks) {}
+C2Buffer::C2Buffer(const std::vector<C2ConstGraphicBlock>& blocks) : mData(blocks) {}
 C2Buffer::~C2Buffer() = default;
 
 const std::vector<std::shared_ptr<const C2Info>> C2Buffer::info() const {
@@ -28,12 +26,12 @@ const std::vector<std::shared_ptr<const C2Info>> C2Buffer::info() const {
 c2_status_t C2Buffer::setInfo(const std::shared_ptr<C2Info>& info) {
     if (info == nullptr)
         return C2_BAD_VALUE;
-    mInfos[info->type().type()] = info;
+    mInfos[info->coreIndex().coreIndex()] = info;
     return C2_OK;
 }
 
 bool C2Buffer::hasInfo(C2Param::Type index) const {
-    return mInfos.count(index.type()) != 0;
+    return mInfos.count(index.coreIndex()) != 0;
 }
 
 std::shared_ptr<C2Buffer> C2Buffer::CreateLinearBuffer(const C2ConstLinearBlock& block) {

@@ -1,21 +1,24 @@
 #include <C2BlockInternal.h>
 #include <C2PlatformSupport.h>
 #include <Trace.h>
+#include <lx2host/Allocations.h>
 #include <lx2host/DmaBuf.h>
 #include <lx2host/GraphicPools.h>
 #include <unistd.h>
 
 namespace {
 
-// The handle of a linear block: the memory's descriptor, then the capacity.
-class DmaBufAllocation : public C2LinearAllocation {
+// The handle of a linear block: the memory's descriptor, the capacity's two words, a mark.
+class DmaBufAllocation : public lx2::host::LinearMemory {
   public:
     explicit DmaBufAllocation(uint32_t capacity)
-        : C2LinearAllocation(capacity), mHandle(native_handle_create(1, 1)) {
+        : LinearMemory(capacity), mHandle(native_handle_create(1, 3)) {
         if (mHandle == nullptr)
             return;
         mHandle->data[0] = lx2::host::AllocateDmaBuf(capacity);
         mHandle->data[1] = static_cast<int>(capacity);
+        mHandle->data[2] = 0;  // the capacity's upper half
+        mHandle->data[3] = static_cast<int>(0xC2696F00);
         if (isValid())
             mLife = lx2::host::trace::Begin(lx2::host::trace::Kind::Memory, mHandle->data[0],
                                             "linear", capacity);
@@ -39,6 +42,7 @@ class DmaBufAllocation : public C2LinearAllocation {
 class BasicLinearPool : public C2BlockPool {
   public:
     local_id_t getLocalId() const override { return BASIC_LINEAR; }
+    uint32_t getAllocatorId() const override { return 0; }
 
     c2_status_t fetchLinearBlock(uint32_t capacity, C2MemoryUsage,
                                  std::shared_ptr<C2LinearBlock>* block) override {

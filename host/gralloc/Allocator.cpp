@@ -3,6 +3,7 @@
 #include <Trace.h>
 #include <lx2/PixFormat.h>
 #include <lx2device/PrivateHandle.h>
+#include <lx2host/Allocations.h>
 #include <lx2host/DmaBuf.h>
 #include <lx2host/FrameLayout.h>
 #include <lx2host/Gralloc.h>
@@ -23,10 +24,10 @@ uint64_t NextId() {
     return static_cast<uint64_t>(getpid()) << 32 | ++counter;
 }
 
-class GrallocAllocation : public C2GraphicAllocation {
+class GrallocAllocation : public GraphicMemory {
   public:
     GrallocAllocation(uint32_t width, uint32_t height, OwnedHandle handle, trace::Slice life)
-        : C2GraphicAllocation(width, height), mHandle(std::move(handle)), mLife(std::move(life)) {
+        : GraphicMemory(width, height), mHandle(std::move(handle)), mLife(std::move(life)) {
         HardwareMemory::Hold(mHandle.get());
     }
 
@@ -72,14 +73,15 @@ std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t he
     if (record.fd >= 0 && record.metadataFd >= 0)
         wrapped.reset(android::WrapNativeCodec2GrallocHandle(&record.header, width, height, format,
                                                              usage, frame.stride));
-    if (wrapped == nullptr) {
-        CloseIfOpen(record.fd);
-        CloseIfOpen(record.metadataFd);
+    trace::Slice life;
+    if (wrapped != nullptr)
+        life = trace::Begin(trace::Kind::Memory, record, "allocated", record.size);
+    // The handle has descriptors of its own.
+    CloseIfOpen(record.fd);
+    CloseIfOpen(record.metadataFd);
+    if (wrapped == nullptr)
         return nullptr;
-    }
-    return std::make_shared<GrallocAllocation>(
-        width, height, std::move(wrapped),
-        trace::Begin(trace::Kind::Memory, record, "allocated", record.size));
+    return std::make_shared<GrallocAllocation>(width, height, std::move(wrapped), std::move(life));
 }
 
 uint64_t BufferId(const C2Handle* handle) {

@@ -32,6 +32,7 @@ std::shared_ptr<C2GraphicAllocation> Allocate(const Geometry& geometry) {
 class BasicGraphicPool : public C2BlockPool {
   public:
     local_id_t getLocalId() const override { return BASIC_GRAPHIC; }
+    uint32_t getAllocatorId() const override { return 1; }
 
     c2_status_t fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
                                   C2MemoryUsage usage,
@@ -71,6 +72,7 @@ struct SlotGraphicPool::State {
             std::lock_guard<std::mutex> guard(state->lock);
             --state->slots[*index].out;
         }
+        type_t getType() const override { return TYPE_BUFFERQUEUE; }
         std::shared_ptr<State> state;
         std::optional<size_t> index;
         trace::Slice slice;
@@ -107,6 +109,10 @@ SlotGraphicPool::~SlotGraphicPool() = default;
 
 C2BlockPool::local_id_t SlotGraphicPool::getLocalId() const {
     return PLATFORM_START;
+}
+
+uint32_t SlotGraphicPool::getAllocatorId() const {
+    return 1;
 }
 
 c2_status_t SlotGraphicPool::fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,

@@ -10,6 +10,8 @@
 // views and mappings are used by one thread at a time; nothing here locks.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2Buffer.h>
 #include <C2Param.h>
 #include <lx2/Bundle.h>

@@ -1,6 +1,8 @@
 // Pools that fetch blocks from a C2 block pool and hand them out as LX2Buffers.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2Buffer.h>
 #include <lx2/Export.h>
 #include <lx2/LX2Buffer.h>

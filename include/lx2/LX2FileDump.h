@@ -2,6 +2,8 @@
 // tools open, and a log of text lines that outlives the system's.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2Buffer.h>
 #include <lx2/Export.h>
 #include <lx2/LX2Buffer.h>

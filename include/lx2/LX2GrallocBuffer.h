@@ -2,6 +2,8 @@
 // and the metadata that the display stack keeps with it.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2Buffer.h>
 #include <C2Config.h>
 #include <C2Param.h>

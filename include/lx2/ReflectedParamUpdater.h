@@ -15,6 +15,8 @@
 // while nobody registers or clears.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2Param.h>
 #include <lx2/Export.h>
 

@@ -5,6 +5,7 @@
 #include <C2Buffer.h>
 #include <C2ParamDef.h>
 #include <lx2/LX2Buffer.h>
+#include <lx2host/Allocations.h>
 #include <lx2host/DmaBuf.h>
 #include <lx2host/Gralloc.h>
 #include <unistd.h>
@@ -17,11 +18,10 @@
 namespace lx2::test {
 
 // A linear allocation with a handle of any shape: descriptors that it owns, then integers.
-class LinearAllocation : public C2LinearAllocation {
+class LinearAllocation : public host::LinearMemory {
   public:
     LinearAllocation(uint32_t capacity, const std::vector<int>& fds)
-        : C2LinearAllocation(capacity),
-          mHandle(native_handle_create(static_cast<int>(fds.size()), 0)) {
+        : LinearMemory(capacity), mHandle(native_handle_create(static_cast<int>(fds.size()), 0)) {
         std::copy(fds.begin(), fds.end(), mHandle->data);
     }
     ~LinearAllocation() override {
@@ -60,6 +60,11 @@ class AnyC2Buffer : public C2Buffer {
     explicit AnyC2Buffer(const std::vector<Block>& blocks) : C2Buffer(blocks) {}
 };
 
+// Rectangles that are empty or invalid are equal to each other; their words need not be.
+inline std::vector<uint32_t> WordsOf(const C2Rect& rect) {
+    return {rect.width, rect.height, rect.left, rect.top};
+}
+
 // An info of any core index and direction, with one value.
 template <int CoreIndex>
 using ValueInfo = C2StreamParam<C2Info, C2Uint32Value, CoreIndex>;
@@ -82,6 +87,7 @@ struct Fetch {
 class FakePool : public C2BlockPool {
   public:
     local_id_t getLocalId() const override { return PLATFORM_START; }
+    uint32_t getAllocatorId() const override { return 0; }
 
     c2_status_t fetchLinearBlock(uint32_t capacity, C2MemoryUsage usage,
                                  std::shared_ptr<C2LinearBlock>* block) override {

@@ -4,6 +4,8 @@
 // same, and two negative values are the family's own.
 #pragma once
 
+#include <lx2/C2Prelude.h>
+
 #include <C2.h>
 
 #include <cstdint>

@@ -1,7 +1,8 @@
-// Stand-in for the Codec 2.0 support library's <C2.h>: status codes.
+// Stand-in for the Codec 2.0 support library's <C2.h>: status codes and text.
 #pragma once
 
 #include <errno.h>
+#include <lx2host/StandardHeaders.h>
 
 enum c2_status_t : int {
     C2_OK = 0,
@@ -20,3 +21,5 @@ enum c2_status_t : int {
     C2_CORRUPTED = EFAULT,
     C2_NO_INIT = ENODEV,
 };
+
+using C2String = std::string;

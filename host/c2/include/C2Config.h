@@ -31,8 +31,8 @@ struct C2Color {
         PRIMARIES_GENERIC_FILM = 5,
         PRIMARIES_BT2020 = 6,
         PRIMARIES_RP431 = 7,
-        PRIMARIES_EBU3213 = 8,
-        PRIMARIES_EG432 = 9,
+        PRIMARIES_EG432 = 8,
+        PRIMARIES_EBU3213 = 9,
         PRIMARIES_OTHER = 255,
     };
     enum transfer_t : uint32_t {
@@ -72,6 +72,12 @@ struct C2ColorAspectsStruct {
     C2ColorAspectsStruct(C2Color::range_t r, C2Color::primaries_t p, C2Color::transfer_t t,
                          C2Color::matrix_t m)
         : range(r), primaries(p), transfer(t), matrix(m) {}
+
+    DEFINE_AND_DESCRIBE_C2STRUCT(ColorAspects)
+    C2FIELD(range, "range")
+    C2FIELD(primaries, "primaries")
+    C2FIELD(transfer, "transfer")
+    C2FIELD(matrix, "matrix")
 };
 
 // What the stream says of its colors, and what the client wants where the stream is silent.
@@ -81,8 +87,8 @@ using C2StreamColorAspectsTuning =
     C2StreamParam<C2Tuning, C2ColorAspectsStruct, kParamIndexDefaultColorAspects>;
 
 struct C2ColorXyStruct {
-    float x = 0;
-    float y = 0;
+    float x;
+    float y;
 };
 
 struct C2MasteringDisplayColorVolumeStruct {
@@ -90,14 +96,14 @@ struct C2MasteringDisplayColorVolumeStruct {
     C2ColorXyStruct green;
     C2ColorXyStruct blue;
     C2ColorXyStruct white;
-    float maxLuminance = 0;  // cd/m2
-    float minLuminance = 0;  // cd/m2
+    float maxLuminance;  // cd/m2
+    float minLuminance;  // cd/m2
 };
 
 struct C2HdrStaticMetadataStruct {
     C2MasteringDisplayColorVolumeStruct mastering;
-    float maxCll = 0;   // content light level, cd/m2
-    float maxFall = 0;  // frame-average light level, cd/m2
+    float maxCll;   // content light level, cd/m2
+    float maxFall;  // frame-average light level, cd/m2
 };
 
 using C2StreamHdrStaticMetadataInfo =

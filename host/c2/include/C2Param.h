@@ -6,38 +6,40 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <memory>
 #include <new>
+#include <type_traits>
 
 struct C2Param {
-  public:
-    // Layout of the 32-bit index.
-    static constexpr uint32_t KIND_MASK = 0xC0000000;
-    static constexpr uint32_t KIND_TUNING = 0x40000000;
-    static constexpr uint32_t KIND_SETTING = 0x80000000;
-    static constexpr uint32_t KIND_INFO = 0xC0000000;
-    static constexpr uint32_t DIR_MASK = 0x30000000;
-    static constexpr uint32_t DIR_INPUT = 0x00000000;
-    static constexpr uint32_t DIR_OUTPUT = 0x10000000;
-    static constexpr uint32_t DIR_GLOBAL = 0x20000000;
-    static constexpr uint32_t DIR_UNDEFINED = 0x30000000;
-    static constexpr uint32_t IS_STREAM_FLAG = 0x02000000;
-    static constexpr uint32_t STREAM_ID_MASK = 0x01E00000;
-    static constexpr uint32_t STREAM_ID_SHIFT = 21;
-    static constexpr uint32_t IS_REQUEST_FLAG = 0x00100000;
-    static constexpr uint32_t IS_STRUCT_FLAG = 0x00020000;
-    static constexpr uint32_t IS_FLEX_FLAG = 0x00010000;
-    static constexpr uint32_t IS_VENDOR_FLAG = 0x00008000;
-    static constexpr uint32_t CORE_MASK = 0x0001FFFF;
+  private:
+    enum : uint32_t {
+        KIND_SETTING = 0x80000000,
+        KIND_TUNING = 0x40000000,
+        KIND_INFO = 0xC0000000,
+        DIR_MASK = 0x30000000,
+        DIR_UNDEFINED = 0x30000000,
+        IS_STREAM_FLAG = 0x02000000,
+        STREAM_ID_MASK = 0x01F00000,
+        STREAM_ID_SHIFT = 20,
+        MAX_STREAM_ID = 30,
+        CORE_MASK = 0x0001FFFF,
+        IS_VENDOR_FLAG = 0x00008000,
+    };
 
-    // The part of an index that names a structure: the low 17 bits.
+  public:
+    // The first core index of a vendor's own structures.
+    enum : uint32_t { TYPE_INDEX_VENDOR_START = 0x00008000 };
+
+    // The part of an index that names a structure: the low 17 bits. Made of 32 unsigned bits only.
     struct CoreIndex {
+        enum : uint32_t { IS_FLEX_FLAG = 0x00010000, IS_REQUEST_FLAG = 0x00020000 };
+
         constexpr CoreIndex(uint32_t index) : mIndex(index) {}
+        template <typename T, typename = std::enable_if_t<std::is_integral_v<T>>>
+        CoreIndex(T) = delete;
+
         constexpr uint32_t coreIndex() const { return mIndex & CORE_MASK; }
         constexpr bool isVendor() const { return (mIndex & IS_VENDOR_FLAG) != 0; }
         constexpr bool isFlexible() const { return (mIndex & IS_FLEX_FLAG) != 0; }
-        constexpr bool isStruct() const { return (mIndex & IS_STRUCT_FLAG) != 0; }
 
       protected:
         uint32_t mIndex;
@@ -45,33 +47,36 @@ struct C2Param {
 
     // Structure, kind and direction.
     struct Type : CoreIndex {
-        constexpr Type(uint32_t index) : CoreIndex(index) {}
-        constexpr uint32_t type() const { return mIndex & ~(STREAM_ID_MASK | IS_REQUEST_FLAG); }
+        using CoreIndex::CoreIndex;
+        constexpr uint32_t type() const { return mIndex & ~uint32_t{STREAM_ID_MASK}; }
         constexpr bool forStream() const { return (mIndex & IS_STREAM_FLAG) != 0; }
-        constexpr operator uint32_t() const { return mIndex; }
     };
 
     // The whole index.
     struct Index : Type {
-        constexpr Index(uint32_t index) : Type(index) {}
-        constexpr uint32_t stream() const { return (mIndex & STREAM_ID_MASK) >> STREAM_ID_SHIFT; }
+        using Type::Type;
+        constexpr operator uint32_t() const { return mIndex; }
+        // All ones for a parameter that is of no stream.
+        constexpr unsigned stream() const {
+            return forStream() ? (mIndex & STREAM_ID_MASK) >> STREAM_ID_SHIFT : ~0u;
+        }
+
+      private:
+        friend struct C2Param;
         constexpr bool isValid() const {
             return (mIndex & DIR_MASK) != DIR_UNDEFINED &&
-                   (forStream() || (mIndex & STREAM_ID_MASK) == 0);
+                   (forStream() ? stream() <= MAX_STREAM_ID : (mIndex & STREAM_ID_MASK) == 0);
         }
     };
 
-    uint32_t size() const { return _mSize; }
-    Index index() const { return _mIndex; }
+    size_t size() const { return _mSize; }
+    uint32_t index() const { return _mIndex; }
     CoreIndex coreIndex() const { return _mIndex; }
     Type type() const { return _mIndex; }
-    bool isFlexible() const { return _mIndex.isFlexible(); }
-    bool isVendor() const { return _mIndex.isVendor(); }
-    bool forStream() const { return _mIndex.forStream(); }
-    uint32_t stream() const { return _mIndex.stream(); }
+    unsigned stream() const { return _mIndex.stream(); }
 
     // Valid: non-zero size, a defined direction, consistent stream bits.
-    explicit operator bool() const { return _mSize > 0 && _mIndex.isValid(); }
+    operator bool() const { return _mSize > 0 && _mIndex.isValid(); }
 
     // Compares all bytes.
     bool operator==(const C2Param& other) const {
@@ -88,19 +93,19 @@ struct C2Param {
         return copy;
     }
 
-    // The parameter that begins at memory; null when its header does not fit into length bytes.
+    // The parameter that fills the length bytes at memory; null when its header says another size.
     static C2Param* From(void* memory, size_t length) {
         if (memory == nullptr || length < sizeof(C2Param))
             return nullptr;
         auto* param = static_cast<C2Param*>(memory);
-        return param->_mSize >= sizeof(C2Param) && param->_mSize <= length ? param : nullptr;
+        return param->_mSize == length ? param : nullptr;
     }
 
-    // Takes the bytes of another parameter of the same size and index; tells whether it did.
+    // Takes the bytes of a parameter of the same index that is no longer; tells whether it did.
     bool updateFrom(const C2Param& other) {
-        if (other._mSize != _mSize || uint32_t(other._mIndex) != uint32_t(_mIndex))
+        if (other._mSize > _mSize || other.index() != index())
             return false;
-        memcpy(static_cast<void*>(this), &other, _mSize);
+        memcpy(static_cast<void*>(this), &other, other._mSize);
         return true;
     }
 
@@ -118,10 +123,20 @@ struct C2Param {
     }
     static void operator delete(void* memory, uint32_t) { ::operator delete(memory); }
 
+    // The bits of a stream id; those of an invalid one for an id that is too large.
+    static constexpr uint32_t MakeStreamId(unsigned stream) {
+        return (stream <= MAX_STREAM_ID ? stream << STREAM_ID_SHIFT : STREAM_ID_MASK);
+    }
+
     C2Param(uint32_t size, Index index) : _mSize(size), _mIndex(index) {}
     C2Param(const C2Param&) = default;
-    C2Param& operator=(const C2Param&) { return *this; }  // the header stays
+    C2Param& operator=(const C2Param&) = default;
 
+  private:
+    friend struct C2Setting;
+    friend struct C2Tuning;
+    friend struct C2Info;
+    friend struct _C2ParamInspector;
     uint32_t _mSize;
     Index _mIndex;
 };
@@ -129,19 +144,19 @@ static_assert(sizeof(C2Param) == 8, "a parameter begins with an 8-byte header");
 
 // The kinds of parameter.
 struct C2Setting : C2Param {
-    static constexpr uint32_t PARAM_KIND_BITS = KIND_SETTING;
+    enum : uint32_t { PARAM_KIND = KIND_SETTING };
 
   protected:
     using C2Param::C2Param;
 };
-struct C2Tuning : C2Param {
-    static constexpr uint32_t PARAM_KIND_BITS = KIND_TUNING;
+struct C2Tuning : C2Setting {
+    enum : uint32_t { PARAM_KIND = KIND_TUNING };
 
   protected:
-    using C2Param::C2Param;
+    using C2Setting::C2Setting;
 };
 struct C2Info : C2Param {
-    static constexpr uint32_t PARAM_KIND_BITS = KIND_INFO;
+    enum : uint32_t { PARAM_KIND = KIND_INFO };
 
   protected:
     using C2Param::C2Param;

@@ -4,13 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <string>
 #include <type_traits>
 #include <utility>
-#include <vector>
-
-using C2String = std::string;
 
 // Where a field lies in its structure, bytes.
 struct _C2FieldId {
@@ -25,44 +20,67 @@ struct _C2FieldId {
     uint32_t _mSize;
 };
 
+// What a value is.
+class C2Value {
+  public:
+    enum type_t : uint32_t { NO_INIT, INT32, UINT32, CNTR32, INT64, UINT64, CNTR64, FLOAT };
+    union Primitive {
+        int32_t i32;
+        uint32_t u32;
+        int64_t i64;
+        uint64_t u64;
+        float fp;
+    };
+};
+
 // One field of a structure.
 struct C2FieldDescriptor {
     enum type_t : uint32_t {
-        NO_INIT = 0,
-        INT32,
-        UINT32,
-        CNTR32,
-        INT64,
-        UINT64,
-        CNTR64,
-        FLOAT,
+        INT32 = C2Value::INT32,
+        UINT32 = C2Value::UINT32,
+        CNTR32 = C2Value::CNTR32,
+        INT64 = C2Value::INT64,
+        UINT64 = C2Value::UINT64,
+        CNTR64 = C2Value::CNTR64,
+        FLOAT = C2Value::FLOAT,
         STRING = 0x100,         // char array, ends in a zero
         BLOB,                   // uint8_t array
         STRUCT_FLAG = 0x20000,  // with the core index of the structure
     };
 
-    // A value that has a name, as an enumeration's have.
-    using NamedValueType = std::pair<C2String, int64_t>;
+    // A value that has a name, as an enumeration's have. Nobody names one here.
+    using NamedValueType = std::pair<C2String, C2Value::Primitive>;
     using NamedValuesType = std::vector<NamedValueType>;
 
-    C2FieldDescriptor(uint32_t type, uint32_t extent, C2String name, size_t offset, size_t size,
-                      NamedValuesType namedValues = {})
+    // offset: of the structure; size: of one element, bytes.
+    C2FieldDescriptor(uint32_t type, uint32_t extent, C2String name, size_t offset, size_t size)
         : _mType(static_cast<type_t>(type)),
           _mExtent(extent),
           _mName(std::move(name)),
-          _mNamedValues(std::move(namedValues)),
           _mFieldId(static_cast<uint32_t>(offset), static_cast<uint32_t>(size)) {}
+    // A member that would lie at this address if its structure began at 0.
+    template <typename T>
+    C2FieldDescriptor(const T* offset, const char* name)
+        : C2FieldDescriptor(OfType<std::remove_all_extents_t<T>, std::is_array_v<T>>(),
+                            std::is_array_v<T> ? std::extent_v<T> : 1, name,
+                            reinterpret_cast<uintptr_t>(offset),
+                            sizeof(std::remove_all_extents_t<T>)) {}
 
     type_t type() const { return _mType; }
     size_t extent() const { return _mExtent; }  // number of elements; 0 for a flexible array
     C2String name() const { return _mName; }
     const NamedValuesType& namedValues() const { return _mNamedValues; }
 
+  private:
+    template <typename V>
+    friend struct C2SimpleArrayStruct;
+    friend struct _C2ParamInspector;
+
     // What the type of a member says of it. T: the element type of an array.
-    template <typename T>
-    static constexpr uint32_t TypeOf() {
+    template <typename T, bool Array = false>
+    static constexpr uint32_t OfType() {
         if constexpr (std::is_enum_v<T>)
-            return TypeOf<std::underlying_type_t<T>>();
+            return OfType<std::underlying_type_t<T>>();
         else if constexpr (std::is_same_v<T, int32_t>)
             return INT32;
         else if constexpr (std::is_same_v<T, uint32_t>)
@@ -73,16 +91,14 @@ struct C2FieldDescriptor {
             return UINT64;
         else if constexpr (std::is_same_v<T, float>)
             return FLOAT;
-        else if constexpr (std::is_same_v<T, char>)
+        else if constexpr (Array && std::is_same_v<T, char>)
             return STRING;
-        else if constexpr (std::is_same_v<T, uint8_t>)
+        else if constexpr (Array && std::is_same_v<T, uint8_t>)
             return BLOB;
         else
-            return STRUCT_FLAG | uint32_t{T::PARAM_KIND};
+            return STRUCT_FLAG | uint32_t{T::CORE_INDEX};
     }
 
-  private:
-    friend struct _C2ParamInspector;
     type_t _mType;
     uint32_t _mExtent;
     C2String _mName;
@@ -95,8 +111,12 @@ class C2StructDescriptor {
   public:
     using field_iterator = std::vector<C2FieldDescriptor>::const_iterator;
 
-    C2StructDescriptor(C2Param::CoreIndex coreIndex, std::vector<C2FieldDescriptor> fields)
-        : mType(coreIndex.coreIndex()), mFields(std::move(fields)) {}
+    C2StructDescriptor(C2Param::CoreIndex coreIndex, const std::vector<C2FieldDescriptor>& fields)
+        : mType(coreIndex.coreIndex()), mFields(fields) {}
+    C2StructDescriptor(C2Param::CoreIndex, std::vector<C2FieldDescriptor>&&) = delete;
+    // Of a structure that describes itself.
+    template <typename S>
+    explicit C2StructDescriptor(S*) : C2StructDescriptor(uint32_t{S::CORE_INDEX}, S::FieldList()) {}
 
     C2Param::CoreIndex coreIndex() const { return mType; }
     size_t numFields() const { return mFields.size(); }
@@ -106,8 +126,8 @@ class C2StructDescriptor {
     field_iterator end() const { return cend(); }
 
   private:
-    C2Param::CoreIndex mType;
-    std::vector<C2FieldDescriptor> mFields;
+    const C2Param::CoreIndex mType;
+    const std::vector<C2FieldDescriptor> mFields;
 };
 
 // A parameter that a component has.
@@ -119,29 +139,39 @@ struct C2ParamDescriptor {
         IS_READ_ONLY = 1u << 3,
         IS_HIDDEN = 1u << 4,
         IS_INTERNAL = 1u << 5,
-        IS_CONST = 1u << 6,
+        IS_CONST = 1u << 6 | IS_READ_ONLY,
     };
 
-    C2ParamDescriptor(bool isRequired, C2String name, C2Param::Index index)
-        : C2ParamDescriptor(index, isRequired ? IS_REQUIRED : attrib_t(0), std::move(name)) {}
-    C2ParamDescriptor(C2Param::Index index, attrib_t attrib, C2String name)
-        : _mIndex(index), _mAttrib(attrib), _mName(std::move(name)) {}
+    C2ParamDescriptor(bool isRequired, const char* name, C2Param::Index index)
+        : C2ParamDescriptor(index, attrib_t(uint32_t{isRequired} | IS_PERSISTENT), name) {}
+    C2ParamDescriptor(C2Param::Index index, attrib_t attrib, const char* name)
+        : C2ParamDescriptor(index, attrib, name, {}) {}
+    C2ParamDescriptor(C2Param::Index index, attrib_t attrib, C2String&& name,
+                      std::vector<C2Param::Index>&& dependencies)
+        : _mIndex(index),
+          _mAttrib(attrib),
+          _mName(std::move(name)),
+          _mDependencies(std::move(dependencies)) {}
 
     C2Param::Index index() const { return _mIndex; }
     C2String name() const { return _mName; }
     bool isRequired() const { return (_mAttrib & IS_REQUIRED) != 0; }
     bool isPersistent() const { return (_mAttrib & IS_PERSISTENT) != 0; }
     bool isReadOnly() const { return (_mAttrib & IS_READ_ONLY) != 0; }
+    const std::vector<C2Param::Index>& dependencies() const { return _mDependencies; }
 
   private:
-    C2Param::Index _mIndex;
-    uint32_t _mAttrib;
-    C2String _mName;
+    const C2Param::Index _mIndex;
+    const uint32_t _mAttrib;
+    const C2String _mName;
+    const std::vector<C2Param::Index> _mDependencies;
 };
 
 // Describes structures by their core index; null for one that it doesn't know.
 class C2ParamReflector {
   public:
-    virtual ~C2ParamReflector() = default;
     virtual std::unique_ptr<C2StructDescriptor> describe(C2Param::CoreIndex coreIndex) const = 0;
+
+  protected:
+    virtual ~C2ParamReflector() = default;
 };

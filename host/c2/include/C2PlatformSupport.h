@@ -3,16 +3,14 @@
 
 #include <C2Buffer.h>
 
-#include <memory>
-
 class C2Component;
 
 namespace android {
 
 // The block pool of an id: C2BlockPool::BASIC_LINEAR or C2BlockPool::BASIC_GRAPHIC here.
 // C2_OK; C2_NOT_FOUND for any other id; C2_BAD_VALUE for a null out-pointer.
-C2_HOST_API c2_status_t GetCodec2BlockPool(C2BlockPool::local_id_t id,
-                                           std::shared_ptr<const C2Component> component,
-                                           std::shared_ptr<C2BlockPool>* pool);
+LX2_HOST_API c2_status_t GetCodec2BlockPool(C2BlockPool::local_id_t id,
+                                            std::shared_ptr<const C2Component> component,
+                                            std::shared_ptr<C2BlockPool>* pool);
 
 }  // namespace android

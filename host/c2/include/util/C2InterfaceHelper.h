@@ -4,20 +4,17 @@
 
 #include <C2ParamDef.h>
 
-#include <map>
 #include <mutex>
 #include <utility>
 
 // Safe to call from any thread.
 class C2ReflectorHelper : public C2ParamReflector {
   public:
-    // P: parameters, or structures that other structures hold.
+    // P: parameters, or structures that other structures hold. The first of a core index stays.
     template <typename... P>
     void addStructDescriptors() {
         std::lock_guard<std::mutex> lock(mLock);
-        (mStructures.insert_or_assign(CoreIndexOf<P>(),
-                                      C2StructDescriptor(CoreIndexOf<P>(), P::FieldList())),
-         ...);
+        (mStructures.try_emplace(CoreIndexOf<P>(), CoreIndexOf<P>(), P::FieldList()), ...);
     }
 
     std::unique_ptr<C2StructDescriptor> describe(C2Param::CoreIndex coreIndex) const override {
@@ -31,9 +28,9 @@ class C2ReflectorHelper : public C2ParamReflector {
     template <typename P>
     static constexpr uint32_t CoreIndexOf() {
         if constexpr (std::is_base_of_v<C2Param, P>)
-            return P::PARAM_TYPE & C2Param::CORE_MASK;
+            return C2Param::CoreIndex(uint32_t{P::PARAM_TYPE}).coreIndex();
         else
-            return P::PARAM_KIND & C2Param::CORE_MASK;
+            return P::CORE_INDEX;
     }
 
     mutable std::mutex mLock;

@@ -8,12 +8,12 @@
 // kernel.
 #pragma once
 
+#include <lx2host/Export.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
-
-#define LX2_HOST_API __attribute__((visibility("default")))
 
 namespace lx2::host {
 

@@ -10,17 +10,18 @@
 namespace lx2::host {
 
 // Allocates every block anew: the platform's basic graphic pool.
-C2_HOST_API std::shared_ptr<C2BlockPool> CreateBasicGraphicPool();
+LX2_HOST_API std::shared_ptr<C2BlockPool> CreateBasicGraphicPool();
 
 // A pool with a fixed number of slots, as one behind a surface. A fetch takes a slot and answers
 // C2_BLOCKING when all are out; the slot comes back when the last block of it goes, which may be
 // after the pool. Safe to use from several threads.
-class C2_HOST_API SlotGraphicPool : public C2BlockPool {
+class LX2_HOST_API SlotGraphicPool : public C2BlockPool {
   public:
     explicit SlotGraphicPool(size_t slots);
     ~SlotGraphicPool() override;
 
     local_id_t getLocalId() const override;
+    uint32_t getAllocatorId() const override;
     c2_status_t fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
                                   C2MemoryUsage usage,
                                   std::shared_ptr<C2GraphicBlock>* block) override;
