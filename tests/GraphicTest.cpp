@@ -184,6 +184,7 @@ TEST_F(GraphicViewTest, CropIsClampedAndSetAllTheSame) {
         {C2Rect(1920, 1080).at(16, 0), C2Rect(1904, 1080).at(16, 0)},
         {C2Rect(10, 10).at(4000, 4000), C2Rect(0, 0).at(1920, 1080)},
         {C2Rect(1920, 1081), C2Rect(1920, 1080)},
+        {C2Rect(8, 1000).at(1916, 100), C2Rect(4, 980).at(1916, 100)},
         // the sums wrap: 8 + 2^32 - 4 is 4, less the left edge of 8
         {C2Rect(0xFFFFFFFC, 10).at(8, 0), C2Rect(0xFFFFFFFC, 10).at(8, 0)},
     };
@@ -242,17 +243,48 @@ TEST_F(GraphicViewTest, ViewWithoutABlockGivesTheDefaults) {
                 ElementsAre(Warning(kTag, "LX2Buffer::Graphic::share: Source buffer is invalid")));
 }
 
+TEST_F(GraphicViewTest, ReportsEachFieldOfItsRecord) {
+    const auto allocation = host::AllocateGraphic(100, 50, PixFormat::MIREL_NV12_CMPX, 0x33);
+    auto* record = const_cast<native_handle_t*>(allocation->handle());
+    record->data[16] = 4096;  // the offset, at byte 76
+    const auto block = _C2BlockFactory::CreateGraphicBlock(allocation);
+    LX2Buffer buffer(block);
+    LX2Buffer::Graphic& view = *buffer.graphic();
+    EXPECT_THAT(Figures(view), ElementsAre(100, 50, 128, 64, 4096, 0x33));
+    EXPECT_EQ(view.format(), PixFormat::MIREL_NV12_CMPX);
+    EXPECT_EQ(view.id(), host::BufferId(record));
+
+    // Read anew, of another block; a view of another kind than its buffer's does not look.
+    const auto other = GraphicBlock(64, 32, PixFormat::NV12);
+    view.init(other->share(C2Rect(8, 4), C2Fence()));
+    EXPECT_EQ(view.id(), host::BufferId(other->handle()));
+    EXPECT_EQ(view.crop(), C2Rect(8, 4));
+    LX2Buffer::Graphic invalid(LinearBuffer(16).get(), block);
+    EXPECT_EQ(invalid.id(), ~uint64_t{0});
+    EXPECT_NE(invalid.share(), nullptr) << "sharing asks for a block and not for validity";
+}
+
 TEST_F(GraphicViewTest, MapsTheWholeAllocationAndNoLongerThanItIs) {
     auto buffer = GraphicBuffer(64, 64, PixFormat::NV12);
     auto writer = buffer->graphic()->map();
     ASSERT_NE(writer->data(), nullptr);
     EXPECT_EQ(writer->size(), buffer->graphic()->allocSize());
+    EXPECT_EQ(buffer->graphic()->bytes(writer).data, writer->data());
+    EXPECT_EQ(buffer->graphic()->bytes(writer).size, writer->size());
+    EXPECT_FALSE(buffer->graphic()->bytes(nullptr));
     writer->data()[writer->size() - 1] = 9;
     auto wrapped = LX2Buffer::CreateFromC2Buffer(buffer->getSharedBuffer());
-    EXPECT_EQ(wrapped->graphic()->mapReadOnly()->data()[writer->size() - 1], 9);
+    std::weak_ptr<LX2Buffer> watch = wrapped;
+    auto reader = wrapped->graphic()->mapReadOnly();
+    EXPECT_FALSE(reader->isWritable());
+    EXPECT_EQ(reader->data()[writer->size() - 1], 9);
     wrapped->graphic()->setAllocSize(100);
     EXPECT_EQ(wrapped->graphic()->mapReadOnly()->size(), 100u);
     EXPECT_EQ(wrapped->graphic()->platformBuffer()->allocSize(), writer->size());
+    wrapped.reset();
+    EXPECT_FALSE(watch.expired()) << "a mapping keeps its buffer";
+    reader.reset();
+    EXPECT_TRUE(watch.expired());
     buffer->graphic()->setCompressedSize(123);
     EXPECT_EQ(buffer->graphic()->compressedSize(), 123u);
 }
@@ -267,8 +299,7 @@ TEST_F(GraphicViewTest, AlignsAsEachFormatRequires) {
         {{35}, 17, 32, 17, 32},
         {{0x109, 0x32315659}, 1, 16, 1080, 1088},
         {{0x114, 0x125, 0x7FA30C04}, 1, 512, 513, 1024},
-        {{0x126, 0x128, 0x129, 0x130}, 129, 256, 33, 64},
-        {{0x7FA30C06}, 1920, 1920, 1080, 1088},
+        {{0x126, 0x128, 0x129, 0x130, 0x7FA30C06}, 129, 256, 33, 64},
         {{0x7FA30C09}, 1, 192, 1, 16},
         {{0x7FA30C09}, 4096, 4224, 0, 0},
         {{0x7FA30C09}, 0, 0, 0, 0},
@@ -289,23 +320,22 @@ TEST_F(GraphicViewTest, AlignsAsEachFormatRequires) {
 }
 
 TEST_F(GraphicViewTest, IsDescribedInOneLine) {
-    auto buffer = GraphicBuffer(320, 240, PixFormat::NV12);
+    auto buffer = GraphicBuffer(320, 238, PixFormat::MIREL_NV12_CMPX);
     buffer->setTimestamp(5);
     buffer->graphic()->setCrop(C2Rect(100, 50).at(2, 4));
     char text[160] = {};
     const std::string fd = std::to_string(buffer->graphic()->fd());
     EXPECT_EQ(LX2Buffer::AsString(buffer, text, sizeof(text)),
-              "Gfx{ts=5 fd=" + fd + " [320x240]<320x240> f=NV12 crop=(2, 4)[100x50]}");
+              "Gfx{ts=5 fd=" + fd + " [320x238]<384x256> f=MIREL_NV12_CMPX crop=(2, 4)[100x50]}");
     const size_t imports = host::LiveImports();
     EXPECT_THAT(LX2Buffer::AsString(buffer->getSharedBuffer(), text, sizeof(text)),
-                MatchesRegex("Gfx\\{fd=[0-9]+ \\[320x240\\]<320x240> f=NV12\\(NV12\\) "
-                             "crop=\\(2, 4\\)\\[100x50\\]\\}"));
+                MatchesRegex("Gfx\\{fd=[0-9]+ \\[320x238\\]<384x256> f=MIREL_NV12_CMPX"
+                             "\\(MIREL_NV12_CMPX\\) crop=\\(2, 4\\)\\[100x50\\]\\}"));
     EXPECT_EQ(host::LiveImports(), imports) << "the temporary import is freed";
     const auto two = buffer->getSharedBuffer()->data().graphicBlocks();
     EXPECT_STREQ(LX2Buffer::AsString(std::make_shared<AnyC2Buffer>(std::vector{two[0], two[0]}),
                                      text, sizeof(text)),
                  "Invalid");
-    EXPECT_EQ(LX2Buffer::Graphic(LinearBuffer(16).get(), two[0]).id(), ~uint64_t{0});
 }
 
 }  // namespace

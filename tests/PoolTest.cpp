@@ -27,7 +27,10 @@ class LinearPoolTest : public Fixture {
 
 TEST_F(LinearPoolTest, SizesAreRoundedWhenTheyAreSet) {
     LX2LinearBufferPool pool(c2, 0);
+    std::weak_ptr<LX2Buffer> former;
+    c2->onFetch = [&] { EXPECT_TRUE(former.expired()) << "the former buffer goes first"; };
     const auto fetched = [&] {
+        former = buffer;
         EXPECT_EQ(pool.allocate(&buffer), C2_OK);
         EXPECT_EQ(buffer->linear()->capacity(), c2->fetches.back().width);
         return c2->fetches.back().width;
@@ -82,9 +85,19 @@ TEST_F(LinearPoolTest, FailuresLeaveNoBufferAndOneLine) {
 
 class Watcher : public LX2BufferDeleteCallback {
   public:
-    void onBufferDeleted(LX2Buffer* buffer) override { gone.push_back(buffer); }
+    void onBufferDeleted(LX2Buffer* buffer) override {
+        gone.push_back(buffer);
+        EXPECT_TRUE(watched.expired()) << "its block goes back before anyone hears of it";
+    }
     std::vector<LX2Buffer*> gone;
+    std::weak_ptr<C2GraphicBlock> watched;
 };
+
+// As if the allocator had given it this id.
+void SetBufferId(const std::shared_ptr<C2GraphicAllocation>& allocation, uint64_t id) {
+    auto* record = reinterpret_cast<char*>(const_cast<native_handle_t*>(allocation->handle()));
+    memcpy(record + 56, &id, sizeof(id));
+}
 
 class GraphicPoolTest : public Fixture {
   protected:
@@ -98,27 +111,35 @@ class GraphicPoolTest : public Fixture {
         pool->allocate(&buffer);
         return c2->fetches.back();
     }
-    // Lets the pool hand out one new buffer this many times, so that a held one comes again.
-    std::shared_ptr<C2GraphicAllocation> offer(size_t times) {
-        auto allocation = host::AllocateGraphic(320, 240, PixFormat::MIREL_NV12, 0);
-        c2->offered.assign(times, allocation);
-        return allocation;
+    static std::shared_ptr<C2GraphicAllocation> allocation(uint32_t width = 320) {
+        return host::AllocateGraphic(width, 240, PixFormat::MIREL_NV12, 0);
     }
-    // Allocates a new buffer, holds it, and lets the same one be parked behind it.
-    LX2Buffer* holdAndPark(uint64_t id) {
-        offer(2);
+    // A block of it that is known by the width of its crop.
+    static std::shared_ptr<C2GraphicBlock> block(const std::shared_ptr<C2GraphicAllocation>& of,
+                                                 uint32_t cropWidth = 1) {
+        const C2Rect crop(cropWidth, 1);
+        return _C2BlockFactory::CreateGraphicBlock(of, nullptr, crop);
+    }
+    // Lets the pool fetch this block, and holds what it hands out.
+    LX2Buffer* hold(uint64_t id, std::shared_ptr<C2GraphicBlock> offered) {
+        c2->offered = {std::move(offered)};
         EXPECT_EQ(pool->allocate(&buffer), C2_OK);
         LX2Buffer* held = buffer.get();
         EXPECT_EQ(pool->holdReference(id, std::move(buffer)), C2_OK);
-        EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
-        EXPECT_EQ(buffer, nullptr);
         return held;
     }
-    void useSlots(size_t count) {
-        slots = std::make_shared<host::SlotGraphicPool>(count);
-        pool = LX2GraphicBufferPool::Create(slots);
-        pool->setResolution(64, 64);
-        pool->setFormat(PixFormat::MIREL_NV12_CMPX);
+    void park(std::shared_ptr<C2GraphicBlock> offered) {
+        c2->offered = {std::move(offered)};
+        buffer = GraphicBuffer(16, 16, PixFormat::NV12);
+        EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
+        EXPECT_EQ(buffer, nullptr);
+    }
+    // Holds a new buffer with another of the same allocation parked behind it.
+    LX2Buffer* holdAndPark(uint64_t id) {
+        const auto memory = allocation();
+        LX2Buffer* held = hold(id, block(memory));
+        park(block(memory));
+        return held;
     }
     std::pair<uint64_t, uint64_t> counts() {
         std::pair<uint64_t, uint64_t> result;
@@ -127,7 +148,6 @@ class GraphicPoolTest : public Fixture {
     }
 
     std::shared_ptr<FakePool> c2 = std::make_shared<FakePool>();
-    std::shared_ptr<host::SlotGraphicPool> slots;
     std::unique_ptr<LX2GraphicBufferPool> pool = LX2GraphicBufferPool::Create(c2);
     std::shared_ptr<LX2Buffer> buffer;
 };
@@ -135,8 +155,8 @@ class GraphicPoolTest : public Fixture {
 TEST_F(GraphicPoolTest, FormatAndUsageDecideOnTheCompressedLayout) {
     EXPECT_EQ(fetched(), (Fetch{320, 240, PixFormat::MIREL_NV12, 0}));
     pool->setFormat(PixFormat::MIREL_NV12_CMPX);
-    pool->setUsage(3);
-    EXPECT_EQ(fetched(), (Fetch{320, 240, PixFormat::MIREL_NV12_CMPX, 0x10000003}));
+    pool->setUsage(3 | 1ull << 40);
+    EXPECT_EQ(fetched(), (Fetch{320, 240, PixFormat::MIREL_NV12_CMPX, 0x10000003 | 1ull << 40}));
     pool->setUsage(0);
     EXPECT_EQ(fetched().usage, 0x10000000u) << "the request for the layout stays";
     pool->setFormat(PixFormat::RGBA8888_CMPX);
@@ -183,11 +203,12 @@ TEST_F(GraphicPoolTest, FailuresLeaveNoBuffer) {
 }
 
 TEST_F(GraphicPoolTest, HeldBufferIsParkedAndHandedOutOnceTheHoldIsDropped) {
-    const std::string id = std::to_string(host::BufferId(offer(2)->handle()));
+    const auto memory = allocation();
+    const std::string id = std::to_string(host::BufferId(memory->handle()));
     gC2LogLevel = 0x02000002;
-    ASSERT_EQ(pool->allocate(&buffer), C2_OK);
-    EXPECT_EQ(pool->holdReference(7, buffer), C2_OK);
-    EXPECT_EQ(pool->allocate(&buffer), C2_TIMED_OUT);
+    hold(7, block(memory));
+    EXPECT_EQ(pool->holdReference(7, GraphicBuffer(16, 16, PixFormat::NV12)), C2_CANNOT_DO);
+    park(block(memory));
     EXPECT_EQ(counts(), std::make_pair(uint64_t{1}, uint64_t{1}));
     EXPECT_EQ(pool->dropReference(7), C2_OK);
     EXPECT_EQ(counts(), std::make_pair(uint64_t{0}, uint64_t{1}));
@@ -200,14 +221,44 @@ TEST_F(GraphicPoolTest, HeldBufferIsParkedAndHandedOutOnceTheHoldIsDropped) {
     lines.erase(std::remove_if(lines.begin(), lines.end(),
                                [](const LogLine& line) { return line.tag != kTag; }),
                 lines.end());
-    EXPECT_THAT(lines, ElementsAre(Debug(kTag, "REF: Added Ref for graphic buf with id:" + id),
-                                   Debug(kTag, "REF: Allocated buf with id = " + id +
-                                                   " is still referenced"),
-                                   Debug(kTag, "REF: Released Ref for graphic buf with id : " + id),
-                                   Debug(kTag, "REF: Recycled graphic buf with id : " + id)));
+    const auto refused = testing::Field(
+        &LogLine::text, testing::StartsWith("REF: Added Ref for graphic buf with id:"));
+    EXPECT_THAT(
+        lines,
+        ElementsAre(Debug(kTag, "REF: Added Ref for graphic buf with id:" + id), refused,
+                    Debug(kTag, "REF: Allocated buf with id = " + id + " is still referenced"),
+                    Debug(kTag, "REF: Released Ref for graphic buf with id : " + id),
+                    Debug(kTag, "REF: Recycled graphic buf with id : " + id)));
 }
 
-TEST_F(GraphicPoolTest, RecycledBufferOfAnotherGeometryIsDropped) {
+TEST_F(GraphicPoolTest, DropReleasesTheOldestParkedBufferOfItsAllocation) {
+    // Allocations are told apart by all 64 bits of their ids, holds by theirs.
+    const auto a = allocation(), b = allocation();
+    SetBufferId(b, host::BufferId(a->handle()) ^ 1ull << 50);
+    hold(1, block(a));
+    hold(1 | 1ull << 32, block(b));
+    hold(2, block(allocation()));
+    EXPECT_EQ(pool->holdReference(3, std::make_shared<LX2Buffer>(block(a))), C2_OK);
+    park(block(b, 11));
+    park(block(a, 22));
+    park(block(a, 33));
+    const auto expectNext = [this](uint32_t cropWidth, uint64_t pending) {
+        EXPECT_EQ(pool->allocate(&buffer), C2_OK);
+        EXPECT_EQ(buffer->graphic()->crop().width, cropWidth);
+        EXPECT_EQ(counts().second, pending);
+    };
+    pool->dropReference(2);
+    expectNext(320, 3);  // nothing is parked behind that one: fetched
+    pool->dropReference(1);
+    expectNext(22, 2);  // handed out although another hold of its allocation stands
+    expectNext(320, 2);
+    pool->dropReference(3);
+    pool->dropReference(1 | 1ull << 32);
+    expectNext(33, 1);
+    expectNext(11, 0);
+}
+
+TEST_F(GraphicPoolTest, RecycledBuffersThatDoNotFitAreDropped) {
     const std::function<void()> changes[] = {
         [&] { pool->setResolution(640, 240); },
         [&] { pool->setResolution(320, 480); },
@@ -225,12 +276,27 @@ TEST_F(GraphicPoolTest, RecycledBufferOfAnotherGeometryIsDropped) {
         EXPECT_EQ(c2->fetches.size(), fetches + 1);
         EXPECT_EQ(counts().second, 0u);
     }
+    // The search goes on to one that fits.
+    pool->setFormat(PixFormat::MIREL_NV12);
+    for (uint32_t width : {64, 128, 640}) {
+        const auto memory = allocation(width);
+        hold(width, block(memory));
+        park(block(memory, 9));
+    }
+    for (uint32_t width : {64, 128, 640})
+        pool->dropReference(width);
+    pool->setResolution(640, 240);
+    EXPECT_EQ(pool->allocate(&buffer), C2_OK);
+    EXPECT_EQ(buffer->graphic()->crop().width, 9u) << "recycled";
 }
 
 TEST_F(GraphicPoolTest, HoldsAreRefusedAsTheyShould) {
     pool->allocate(&buffer);
     EXPECT_EQ(pool->holdReference(1, nullptr), LX2_BAD_ARG);
     EXPECT_EQ(pool->holdReference(1, LinearBuffer(16)), LX2_BAD_ARG);
+    const auto one = buffer->getSharedBuffer()->data().graphicBlocks().front();
+    const auto two = std::make_shared<AnyC2Buffer>(std::vector{one, one});
+    EXPECT_EQ(pool->holdReference(1, LX2Buffer::CreateFromC2Buffer(two)), LX2_BAD_ARG);
     EXPECT_EQ(pool->holdReference(1, buffer), C2_OK);
     EXPECT_EQ(pool->holdReference(1, GraphicBuffer(16, 16, PixFormat::NV12)), C2_CANNOT_DO);
     EXPECT_EQ(pool->dropReference(2), C2_CANNOT_DO);
@@ -245,20 +311,6 @@ TEST_F(GraphicPoolTest, HoldsAreRefusedAsTheyShould) {
               LX2_BAD_ARG);
 }
 
-TEST_F(GraphicPoolTest, OneOfSeveralHoldsReleasesOneParkedBuffer) {
-    // The component's ids and the allocation's id are two identities: two holds of one allocation.
-    offer(3);
-    pool->allocate(&buffer);
-    pool->holdReference(1, buffer);
-    pool->holdReference(2, buffer);
-    pool->allocate(&buffer);
-    pool->allocate(&buffer);
-    EXPECT_EQ(counts(), std::make_pair(uint64_t{2}, uint64_t{2}));
-    pool->dropReference(1);
-    EXPECT_EQ(pool->allocate(&buffer), C2_OK) << "handed out although the other hold stands";
-    EXPECT_EQ(counts(), std::make_pair(uint64_t{1}, uint64_t{1}));
-}
-
 TEST_F(GraphicPoolTest, CallbackHearsOfBuffersAllocatedWhileItLived) {
     pool->allocate(&buffer);
     auto early = std::move(buffer);
@@ -269,6 +321,8 @@ TEST_F(GraphicPoolTest, CallbackHearsOfBuffersAllocatedWhileItLived) {
     EXPECT_THAT(log.take(),
                 ElementsAre(Error(kTag, "registerCallback graphicBufferPool"),
                             Error(kTag, "registerCallback graphicBufferPool override")));
+    c2->offered = {block(allocation())};
+    watcher->watched = c2->offered.front();
     pool->allocate(&buffer);
     auto late = buffer->shared_from_this();
     pool->allocate(&buffer);
@@ -307,6 +361,13 @@ TEST_F(GraphicPoolTest, CallbackMayDropReferencesItself) {
         go();
         EXPECT_EQ(dropper->status, C2_CANNOT_DO);
     }
+    // A recycled one that does not fit, and has no other owner.
+    holdAndPark(4);
+    pool->dropReference(4);
+    pool->setResolution(640, 240);
+    dropper->status = C2_OK;
+    pool->allocate(&buffer);
+    EXPECT_EQ(dropper->status, C2_CANNOT_DO);
     buffer.reset();
     for (const uint64_t id : {2, 3}) {
         pool->allocate(&buffer);
@@ -339,26 +400,24 @@ TEST_F(GraphicPoolTest, HeldBuffersGoFirstWhenDroppedAndLastWithThePool) {
 }
 
 TEST_F(GraphicPoolTest, ReferencesComeAndGoOnOtherThreadsWhileOneAllocates) {
-    useSlots(4);
+    const auto slots = std::make_shared<host::SlotGraphicPool>(4);
+    pool = LX2GraphicBufferPool::Create(slots);
+    pool->setResolution(64, 64);
+    pool->setFormat(PixFormat::MIREL_NV12_CMPX);
     std::atomic<bool> done{false};
-    uint64_t next = 1;
-    std::mutex lock;
-    std::vector<std::pair<uint64_t, std::shared_ptr<LX2Buffer>>> handed;
-    const auto user = [&] {
+    std::shared_ptr<LX2Buffer> handed;
+    const auto user = [&](uint64_t id) {
         while (!done) {
-            std::unique_lock<std::mutex> guard(lock);
-            if (handed.empty())
+            auto mine = std::atomic_exchange(&handed, std::shared_ptr<LX2Buffer>());
+            if (mine == nullptr)
                 continue;
-            auto mine = std::move(handed.back());
-            handed.pop_back();
-            guard.unlock();
-            EXPECT_EQ(pool->holdReference(mine.first, mine.second), C2_OK);
-            slots->offerAgain(mine.second->graphic()->id());
-            mine.second.reset();
-            EXPECT_EQ(pool->dropReference(mine.first), C2_OK);
+            EXPECT_EQ(pool->holdReference(id, mine), C2_OK);
+            slots->offerAgain(mine->graphic()->id());
+            mine.reset();
+            EXPECT_EQ(pool->dropReference(id), C2_OK);
         }
     };
-    std::thread users[] = {std::thread(user), std::thread(user)};
+    std::thread users[] = {std::thread(user, 1), std::thread(user, 2)};
     int allocated = 0;
     for (int i = 0; i < 2000; ++i) {
         gC2LogLevel = i % 8;
@@ -366,14 +425,13 @@ TEST_F(GraphicPoolTest, ReferencesComeAndGoOnOtherThreadsWhileOneAllocates) {
         const LX2Status status = pool->allocate(&buffer);
         ASSERT_TRUE(status == C2_OK || status == C2_TIMED_OUT) << status;
         allocated += status == C2_OK;
-        std::lock_guard<std::mutex> guard(lock);
         if (buffer != nullptr)
-            handed.emplace_back(next++, std::move(buffer));
+            std::atomic_exchange(&handed, std::move(buffer));
     }
     done = true;
     for (auto& thread : users)
         thread.join();
-    handed.clear();
+    handed.reset();
     EXPECT_GT(allocated, 0);
     EXPECT_EQ(counts().first, 0u);
     pool->dropAllReferences();

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -82,8 +83,8 @@ struct Fetch {
     }
 };
 
-// Answers fetches with the statuses it was given, and with real blocks once they are used up.
-// Keeps what was asked.
+// Answers fetches with the statuses it was given, and with blocks once they are used up: those that
+// it is to offer, then new ones. Keeps what was asked.
 class FakePool : public C2BlockPool {
   public:
     local_id_t getLocalId() const override { return PLATFORM_START; }
@@ -91,8 +92,7 @@ class FakePool : public C2BlockPool {
 
     c2_status_t fetchLinearBlock(uint32_t capacity, C2MemoryUsage usage,
                                  std::shared_ptr<C2LinearBlock>* block) override {
-        fetches.push_back({capacity, 0, 0, usage.expected});
-        const c2_status_t status = next();
+        const c2_status_t status = next({capacity, 0, 0, usage.expected});
         *block = status == C2_OK ? LinearBlock(capacity) : nullptr;
         return status;
     }
@@ -100,15 +100,14 @@ class FakePool : public C2BlockPool {
     c2_status_t fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
                                   C2MemoryUsage usage,
                                   std::shared_ptr<C2GraphicBlock>* block) override {
-        fetches.push_back({width, height, format, usage.expected});
-        const c2_status_t status = next();
+        const c2_status_t status = next({width, height, format, usage.expected});
         *block = nullptr;
         if (status != C2_OK)
             return status;
         if (offered.empty()) {
             *block = GraphicBlock(width, height, format, usage.expected);
         } else {
-            *block = _C2BlockFactory::CreateGraphicBlock(offered.front());
+            *block = std::move(offered.front());
             offered.pop_front();
         }
         return C2_OK;
@@ -116,10 +115,13 @@ class FakePool : public C2BlockPool {
 
     std::vector<Fetch> fetches;
     std::deque<c2_status_t> statuses;
-    std::deque<std::shared_ptr<C2GraphicAllocation>> offered;  // handed out before new ones
+    std::deque<std::shared_ptr<C2GraphicBlock>> offered;
+    std::function<void()> onFetch = [] {};
 
   private:
-    c2_status_t next() {
+    c2_status_t next(const Fetch& fetch) {
+        fetches.push_back(fetch);
+        onFetch();
         if (statuses.empty())
             return C2_OK;
         const c2_status_t status = statuses.front();
