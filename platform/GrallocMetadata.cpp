@@ -47,7 +47,7 @@ void Set(void* handle, DisplayMetadataType type, void* data, const char* name) {
         LX2_LOGW("Set metadata: %s failed !", name);
 }
 
-// The display-metadata library reads a word. A payload that is shorter gets zeros behind it.
+// A word at least goes to the display-metadata library: a shorter payload gets zeros behind it.
 void SetPayload(void* handle, DisplayMetadataType type, C2Info* info, const char* name) {
     uint8_t* payload = reinterpret_cast<uint8_t*>(info) + sizeof(C2Param);
     const size_t size = info->size() - std::min<size_t>(info->size(), sizeof(C2Param));

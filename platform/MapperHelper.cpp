@@ -20,12 +20,9 @@ LX2Mapper3Helper* LX2Mapper3Helper::Get() {
 
 LX2Mapper3Helper::LX2Mapper3Helper()
     : mMapper(IMapper::getService("default", false)), mUsable(true) {
-    if (mMapper == nullptr) {
+    // The helper counts as usable also then: each call says that it failed.
+    if (mMapper == nullptr)
         LX2_LOGE("Failed to get mapper service");
-        mUsable = false;
-    }
-    // Usable in every case, also after a failed lookup: what happens then shows in each call.
-    mUsable = true;
 }
 
 LX2Mapper3Helper::~LX2Mapper3Helper() = default;

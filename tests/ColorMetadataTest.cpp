@@ -117,12 +117,12 @@ TEST_F(ColorMetadataTest, HdrInfoBecomesFixedPointHeldToItsFields) {
     hsi.mastering.maxLuminance = 4294967040.0f;  // the last float that fits
     hsi.mastering.minLuminance = 0.05f;
     hsi.maxCll = 999.5f;
-    hsi.maxFall = 400.4f;
+    hsi.maxFall = 8388609;  // half a unit more is no float
     lxd::ColorMetaData record = Filled(), expected = Filled();
     EXPECT_EQ(Translater::convertHsiToMetaData(hsi, &record), C2_OK);
     const uint32_t words[] = {34000, 0,     13250,      0xFFFFFFFF, 0,
                               3000,  15635, 0xFFFFFFFF, 4294967040, 500};
-    const uint32_t levels[] = {1000, 400};
+    const uint32_t levels[] = {1000, 8388609};
     auto* bytes = reinterpret_cast<uint8_t*>(&expected);
     bytes[16] = bytes[60] = 1;
     memcpy(bytes + 20, words, sizeof(words));
@@ -132,14 +132,14 @@ TEST_F(ColorMetadataTest, HdrInfoBecomesFixedPointHeldToItsFields) {
 
 TEST_F(ColorMetadataTest, FixedPointReadsBackHalfAUnitLower) {
     lxd::ColorMetaData record{};
-    const uint32_t display[] = {34000, 16000, 13250, 34500, 7500, 3000, 15635, 16450, 1000, 500};
+    const uint32_t display[] = {34000, 16000, 13250, 34500, 7500, 3000, 15635, 16450, ~0u, 500};
     memcpy(&record.masteringDisplay.red, display, sizeof(display));
-    record.contentLightLevel.maxContent = 1000;
+    record.contentLightLevel.maxContent = 16777219;  // no float
     // Neither present flag is set: they don't count here.
     HsiIn hsi;
     EXPECT_EQ(Translater::convertMetaDataToHsi(record, &hsi), C2_OK);
-    const float expected[] = {0.67999f, 0.31999f, 0.26499f, 0.68999f, 0.14999f, 0.05999f,
-                              0.31269f, 0.32899f, 999.5f,   0.04995f, 999.5f,   -0.5f};
+    const float expected[] = {0.67999f, 0.31999f, 0.26499f,      0.68999f, 0.14999f, 0.05999f,
+                              0.31269f, 0.32899f, 4294967296.0f, 0.04995f, 16777218, -0.5f};
     EXPECT_EQ(memcmp(reinterpret_cast<const uint8_t*>(&hsi) + 8, expected, sizeof(expected)), 0);
 }
 
@@ -202,7 +202,7 @@ TEST_F(ColorMetadataTest, TheStreamsAspectsComeFirstUnlessItIsVp8OrVp9) {
         {"video/x-vnd.on2.vp8", {1, 1, 1, 1}, {0, 0, 0, 0}, {1, 1, 1, 1}},
         {"video/x-vnd.on2.vp9", {1, 1, 1, 1}, {0, 255, 2, 0}, {1, 255, 2, 1}},
         {"video/x-vnd.on2.vp90", {1, 1, 1, 1}, {2, 2, 2, 2}, {1, 1, 1, 1}},
-        {"", {255, 0, 255, 0}, {1, 0, 1, 0}, {255, 0, 255, 0}},
+        {"video/x-vnd.on2.VP9", {255, 0, 255, 0}, {1, 0, 1, 0}, {255, 0, 255, 0}},
     };
     for (const auto& row : rows) {
         C2StreamColorAspectsTuning::output defaults;
@@ -224,6 +224,7 @@ TEST_F(ColorMetadataTest, HdrInfoIsTakenAsAWhole) {
         bool coded;
     } rows[] = {
         {"video/hevc", true, 0.7f, 0.68f, true},
+        {"video/hevc", true, -0.1f, 0.68f, true},
         {"video/hevc", true, 0.0f, 0.68f, false},
         {"video/hevc", true, 0.0f, 0.0f, true},
         {"video/hevc", false, 0.7f, 0.0f, false},
@@ -233,6 +234,7 @@ TEST_F(ColorMetadataTest, HdrInfoIsTakenAsAWhole) {
     for (const auto& row : rows) {
         HsiOut coded(1u), defaults(2u), out;
         coded.mastering.red.x = row.codedRedX;
+        coded.mastering.red.y = coded.mastering.white.x = defaults.mastering.red.y = 0.5f;
         coded.maxCll = 10;
         defaults.mastering.red.x = row.defaultRedX;
         defaults.maxFall = 20;

@@ -76,12 +76,13 @@ class GrallocMetadataTest : public Fixture {
             const auto record = records.find(type);
             gets.push_back(type);
             if (record == records.end())
-                return -1;
+                return 1;
             memcpy(data, record->second.data(), record->second.size());
             return 0;
         };
         DisplayMetadataCalls().set = [this](void*, int type, void* data) {
-            const size_t size = type == kColor ? sizeof(lxd::ColorMetaData) : 4;
+            // The first payload of all is a byte longer than a word.
+            const size_t size = type == kColor ? sizeof(lxd::ColorMetaData) : sets.empty() ? 5 : 4;
             const auto* bytes = static_cast<const uint8_t*>(data);
             sets.emplace_back(type, Bytes(bytes, bytes + size));
             return setResult;
@@ -129,7 +130,7 @@ TEST_F(GrallocMetadataTest, FetchesWhatIsAskedForWhateverTheStream) {
     EXPECT_THAT(
         textsAt(kTrace,
                 [&] {
-                    buffer->getMetadata({0x42208015u, 0xC2001234, 0xC3E01809}, &out);
+                    buffer->getMetadata({0x42308015u, 0xC2001234, 0xC3E01809}, &out);
                 }),
         ElementsAre("get av timestamp", "av timestamp: 1234605616436508552", "get color metadata",
                     "Color Metadata: {ColorPrimaries_BT2020 MatrixCoEff_BT2020 "
@@ -164,7 +165,7 @@ TEST_F(GrallocMetadataTest, FetchesEveryKindInOrder) {
     for (uint32_t silent : {0x02000003u, 0x01000001u})
         EXPECT_THAT(textsAt(silent, [&] { fetchAll(); }), IsEmpty()) << silent;
 
-    records = {{kStatistics, Bytes(36)}};  // not valid
+    records = {{kStatistics, Bytes(4)}};  // the rest, and with it the mark, is zero
     EXPECT_THAT(textsAt(2, [&] { EXPECT_EQ(fetchAll(), C2_OK); }),
                 ElementsAre("get color metadata", "Failed to get metadata: COLOR_METADATA",
                             "Get metadata: GET_CMPX_CR_STATS_INFO suceeded"));
@@ -245,12 +246,12 @@ TEST_F(GrallocMetadataTest, WritesColorAsOneRecordAndPayloadsAsTheyAre) {
     LX2GrallocMetadataTranslater::convertAspectsToMetaData(*aspects, &color);
     LX2GrallocMetadataTranslater::convertHsiToMetaData(*hsi, &color);
     for (const auto& [result, priority, end] : {std::tuple(0, ANDROID_LOG_DEBUG, "suceeded"),
-                                                std::tuple(-5, ANDROID_LOG_WARN, "failed !")}) {
+                                                std::tuple(5, ANDROID_LOG_WARN, "failed !")}) {
         sets.clear();
         setResult = result;
         gC2LogLevel = result == 0 ? kTrace : 0;
         EXPECT_EQ(buffer->setMetadata(written), C2_OK);
-        EXPECT_THAT(sets, ElementsAre(std::pair(kInterlace, Bytes{1, 2, 3, 4}),
+        EXPECT_THAT(sets, ElementsAre(std::pair(kInterlace, Bytes{1, 2, 3, 4, 5}),
                                       std::pair(kRefreshRate, Bytes{7, 8, 9, 0}),
                                       std::pair(kInterlace, Bytes{0, 0, 0, 0}),
                                       std::pair(kColor, BytesOf(color))));

@@ -66,6 +66,9 @@ class LX2_API LX2PlatformBuffer {
     // are at least a word: a shorter one is written with zeros behind it. An aspects or HDR info
     // that is too short is ignored. What can't be written is logged. C2_OK, also then; LX2_ERROR
     // when there is no handle or no display-metadata library.
+    // Aspects that read back otherwise, for want of a value in the display's record: the transfer
+    // 170M with BT.709 or BT.2020 primaries and the BT.601 matrix without 625-line primaries as
+    // unspecified, and so does the limited range.
     virtual LX2Status setMetadata(const std::vector<std::shared_ptr<C2Info>>& infos) = 0;
 };
 
