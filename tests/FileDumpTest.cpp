@@ -4,6 +4,7 @@
 #include <lx2/FrameGeometry.h>
 #include <lx2/LX2FileDump.h>
 #include <lx2/PixFormat.h>
+#include <lx2host/Mapper.h>
 #include <lx2host/VideoCore.h>
 
 #include "Blocks.h"
@@ -42,6 +43,7 @@ c2_status_t android::GetCodec2BlockPool(C2BlockPool::local_id_t id,
 namespace lx2::test {
 namespace {
 
+using namespace std::string_literals;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using Bytes = std::vector<uint8_t>;
@@ -66,10 +68,14 @@ class FileDumpTest : public Fixture {
         EXPECT_EQ(LX2FileDump::Create(mime, path, &dump), C2_OK);
         return dump;
     }
-    // What a dump makes of one buffer.
+    // What a dump makes of one buffer, which it only reads.
     template <typename Buffer>
     Bytes dumped(const std::shared_ptr<Buffer>& buffer) {
+        std::vector<uint64_t> accesses;
+        host::SetSyncHook([&](int, uint64_t flags) { return accesses.push_back(flags), 0; });
         EXPECT_EQ(fixedDump("video/raw")->write(buffer), C2_OK);
+        host::SetSyncHook(nullptr);
+        EXPECT_THAT(accesses, ElementsAre(1, 5));
         return ReadAll(path);
     }
     // What dumps logged since the last call, each line behind the letter of its priority.
@@ -140,12 +146,11 @@ TEST_F(FileDumpTest, NamesFilesAfterTheCreationAndFramesAfterTheirGeometryToo) {
 }
 
 TEST_F(FileDumpTest, CutsLongNamesAndEndsThemByTheExactMimeType) {
-    const std::pair<const char*, const char*> extensions[] = {
-        {"video/avc", "264"}, {"video/hevc", "265"}, {kVp8, "ivf"},
-        {kVp9, "ivf"},        {"video/mpeg2", "ps"}, {"video/mp4v-es", "m4v"},
-        {"video/raw", "yuv"}, {"video/AVC", "bin"},  {"image/vnd.android.heic", "heic"}};
-    for (const auto& [mime, extension] : extensions)
-        EXPECT_STREQ(Impl::extForMime(mime), extension) << mime;
+    std::string extensions;
+    for (const char* mime : {"video/avc", "video/hevc", kVp8, kVp9, "video/mpeg2", "video/mp4v-es",
+                             "image/vnd.android.heic", "video/raw", "video/AVC"})
+        extensions += Impl::extForMime(mime) + std::string(" ");
+    EXPECT_EQ(extensions, "264 265 ivf ivf ps m4v heic yuv bin ");
     Impl longName("video/avc", 0, true, std::string(200, 'p'), "", false);
     longName.generateFileName();
     EXPECT_EQ(longName.filePath(), kDirectory + ("20261115_180437_0_" + std::string(85, 'p')));
@@ -156,8 +161,9 @@ TEST_F(FileDumpTest, StartsItsFixedFileAnewWhenTheFramesChangeAndTellsTheFirstSh
         Impl dump("video/raw", 0, false, "", name, false);
         EXPECT_EQ(dump.openFile(), C2_OK);
         EXPECT_EQ(dump.openFile(), C2_REFUSED);
-        for (const uint32_t height : {48, 48, 50})
-            EXPECT_EQ(dump.write(NoisyFrame(PixFormat::NV12, 64, height)), C2_OK);
+        for (const uint32_t height :
+             {480, 480, 50})  // more than the stream's buffer holds, and less
+            EXPECT_EQ(dump.write(NoisyFrame(PixFormat::NV12, 640, height)), C2_OK);
         EXPECT_EQ(dump.closeFile() + dump.closeFile(), C2_OK);
         const std::string opened = "I Opened file " + name + " for writing";
         std::vector<std::string> expected = {"I Created File dump: " + name, opened,
@@ -169,7 +175,7 @@ TEST_F(FileDumpTest, StartsItsFixedFileAnewWhenTheFramesChangeAndTellsTheFirstSh
         }
         EXPECT_EQ(logged(), expected);
     }
-    EXPECT_EQ(ReadAll(path).size(), 64 * 75u);
+    EXPECT_EQ(ReadAll(path).size(), 640 * 75u);
 }
 
 TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
@@ -179,15 +185,16 @@ TEST_F(FileDumpTest, RefusesWhatItCannotWriteAndGoesOn) {
     std::unique_ptr<LX2FileDump> dump;
     LX2FileDump::Create("video/avc", missing, &dump);
     logged();
-    EXPECT_EQ(dump->write(std::shared_ptr<LX2Buffer>()), LX2_ERROR);
-    EXPECT_EQ(dump->write(std::shared_ptr<C2Buffer>()), LX2_BAD_ARG);
-    EXPECT_EQ(dump->write(NoisyFrame(PixFormat::NV12, 64, 48)), LX2_ERROR);
-    EXPECT_EQ(dump->write(Bitstream({1})), LX2_ERROR);
+    const auto frame = NoisyFrame(PixFormat::NV12, 64, 48);
+    std::vector<LX2Status> statuses = {dump->write(std::shared_ptr<LX2Buffer>()),
+                                       dump->write(std::shared_ptr<C2Buffer>()), dump->write(frame),
+                                       dump->write(Bitstream({1}))};
+    EXPECT_THAT(statuses, ElementsAre(LX2_ERROR, LX2_BAD_ARG, LX2_ERROR, LX2_ERROR));
     std::filesystem::create_directory(dir / "sub");
-    EXPECT_EQ(dump->write(LinearBuffer(16, C2MemoryUsage::READ_PROTECTED)), LX2_ERROR);
-    EXPECT_EQ(dump->write(Bitstream({1})->getSharedBuffer()), C2_OK);
-    EXPECT_EQ(dump->write(NoisyFrame(PixFormat::NV12, 64, 48)), LX2_ERROR);
-    EXPECT_EQ(dump->write(Bitstream({2})), C2_OK);
+    statuses = {dump->write(LinearBuffer(16, C2MemoryUsage::READ_PROTECTED)),
+                dump->write(Bitstream({1})->getSharedBuffer()), dump->write(frame),
+                dump->write(Bitstream({2}))};
+    EXPECT_THAT(statuses, ElementsAre(LX2_ERROR, C2_OK, LX2_ERROR, C2_OK));
     const std::string failed = "E Failed to open " + missing + " for writing";
     EXPECT_THAT(logged(),
                 ElementsAre("W Invalid buffer", failed, failed,
@@ -213,53 +220,39 @@ TEST_F(FileDumpTest, WhatCannotBeMappedIsNotWritten) {
     EXPECT_TRUE(ReadAll(path).empty());
 }
 
-Bytes IvfFile(uint8_t version, const Bytes& frames) {
-    Bytes file = {'D',  'K',  'I', 'F', 0,    0, 32, 0, 'V', 'P', version, '0', 0x40, 1, 240, 0,
-                  0x30, 0x75, 0,   0,   0xE8, 3, 0,  0, 0,   0,   0,       0,   0,    0, 0,   0};
-    std::copy(frames.begin(), frames.end(), std::back_inserter(file));
-    return file;
-}
-
-TEST_F(FileDumpTest, WritesCodecConfigThenIvfWithTimestampsOfOddNumbers) {
-    const auto first = Bitstream({6, 7, 8, 9});
+TEST_F(FileDumpTest, WritesCodecConfigAndIvfAndCountsWhatItMustNotRead) {
+    const auto first = Bitstream({6, 7, 8, 9}), beyond = LinearBuffer(64);
     first->linear()->setRange(1, 2);
+    beyond->linear()->setRange(16, ~0u - 7);                    // the sum wraps around
     auto config = C2StreamInitDataInfo::input::AllocShared(3);  // of either direction
     std::copy_n("csd", 3, config->m.value);
     first->addInfo(config);
     first->addInfo(std::make_shared<ValueInfo<0x123>::output>());
-    auto dump = fixedDump(kVp9);
-    std::vector<uint64_t> accesses;
-    host::SetSyncHook([&](int, uint64_t flags) {
-        accesses.push_back(flags);
-        return 0;
-    });
-    EXPECT_THAT(textsAt(0x02000001, [&] { EXPECT_EQ(dump->write(first), C2_OK); }),
-                ElementsAre("Opened file " + path + " for writing", "Dumping CSD of 3 bytes",
+    for (const auto& [mime, version] : {std::pair(kVp8, '8'), std::pair(kVp9, '9')}) {
+        auto dump = fixedDump(mime);
+        EXPECT_THAT(
+            textsAt(0x01000003, [&] { EXPECT_EQ(dump->write(beyond), LX2_ERROR); }),
+            ElementsAre(
+                "Opened file " + path + " for writing",
+                "dumpLinear: Avoiding unsafe read.. buffer range exceeds it's capacity !!"));
+        EXPECT_THAT(textsAt(0x02000001, [&] { EXPECT_EQ(dump->write(first), C2_OK); }),
+                    ElementsAre("Dumping CSD of 3 bytes", "Dump linear buffer: 2 bytes"));
+        EXPECT_EQ(dump->write(Bitstream({9})), C2_OK);
+        const Bytes file = ReadAll(path);
+        EXPECT_EQ(std::string(file.begin(), file.end()),
+                  "DKIF\0\0\x20\0VP"s + version + "0\x40\1\xF0\0\x30\x75\0\0\xE8\3"s +
+                      std::string(10, '\0') + "csd\2\0\0\0\2\0\0\0\0\0\0\0\7\x8"s +
+                      "\1\0\0\0\4\0\0\0\0\0\0\0\x9"s);
+    }
+    EXPECT_EQ(dumped(first), (Bytes{'c', 's', 'd', 7, 8}));
+    EXPECT_THAT(textsAt(0x02000001, [&] { fixedDump(kVp8)->write(Bitstream({9})); }),
+                ElementsAre("Created File dump: " + path, "Opened file " + path + " for writing",
                             "Writing IVF File header..", "Witing IVF file header of 32 bytes",
-                            "Dump linear buffer: 2 bytes"));
-    EXPECT_THAT(accesses, ElementsAre(1, 5)) << "read, and no more";
-    host::SetSyncHook(nullptr);
-    EXPECT_THAT(textsAt(0x01000003, [&] { EXPECT_EQ(dump->write(Bitstream({9})), C2_OK); }),
-                ElementsAre());
-    Bytes expected = IvfFile('9', {2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 7, 8,  //
-                                   1, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 9});
-    expected.insert(expected.begin(), {'c', 's', 'd'});
-    EXPECT_EQ(ReadAll(path), expected);
+                            "Dump linear buffer: 1 bytes"));
+    EXPECT_EQ(ReadAll(path)[36], 1) << "the first time stamp";
     const IVFFrameHeader late = Impl::ivfFrameHeader(0x80000005, 0x80000000);
     EXPECT_EQ(late.frameSize, 0x80000005u);
     EXPECT_EQ(late.timestamp, 0x80000000u);
-}
-
-TEST_F(FileDumpTest, NeverReadsOutsideALinearBufferAndCountsTheAttempt) {
-    const auto buffer = LinearBuffer(64);
-    auto dump = fixedDump(kVp8);
-    buffer->linear()->setRange(16, ~0u - 7);
-    EXPECT_EQ(dump->write(buffer), LX2_ERROR);
-    EXPECT_EQ(logged().back(),
-              "E dumpLinear: Avoiding unsafe read.. buffer range exceeds it's capacity !!");
-    buffer->linear()->setRange(63, 1);
-    EXPECT_EQ(dump->write(buffer), C2_OK);
-    EXPECT_EQ(ReadAll(path), IvfFile('8', {1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST_F(FileDumpTest, WritesTheRowsOfEachFormatWithoutPadding) {
@@ -304,10 +297,8 @@ TEST_F(FileDumpTest, WritesTheRowsOfEachFormatWithoutPadding) {
     const auto roomy = GraphicBlock(64, 96, PixFormat::MIREL_NV12_CMPX);
     const_cast<C2Handle*>(roomy->handle())->data[7] = 48;  // the height of the record
     EXPECT_EQ(dumped(std::make_shared<LX2Buffer>(roomy)).size(), 32768u);
-
-    const auto size = geometry::VideoCoreFrameSize<uint32_t>;
-    EXPECT_EQ(size(PixFormat::MIREL_NV12_CMPX, 1920, 1088), 3153920u);
-    EXPECT_EQ(size(PixFormat::NV12, 0, 1080) + size(PixFormat::MIREL_NV12_CMPX, 16, 0), 0u);
+    EXPECT_EQ(geometry::VideoCoreFrameSize<uint32_t>(PixFormat::MIREL_NV12_CMPX, 1920, 1088),
+              3153920u);
 }
 
 class ForceLinearTest : public FileDumpTest {
@@ -353,6 +344,7 @@ TEST_F(ForceLinearTest, ConvertsCompressedFramesToTheirLinearFormat) {
     EXPECT_EQ(converted(picture(PixFormat::RGBA8888_CMPX), "RGBA8888_2.rgb"),
               dumped(picture(PixFormat::RGBA8888)));
     EXPECT_EQ(converted(picture(PixFormat::NV12), "NV12_3.yuv"), dumped(picture(PixFormat::NV12)));
+    EXPECT_EQ(host::LiveImports(), 0u) << "nothing to convert into is kept";
     EXPECT_THAT(pool->fetches, ElementsAre(Fetch{64, 48, PixFormat::MIREL_NV12, 0x10001},
                                            Fetch{64, 48, PixFormat::YV12, 0x10001},
                                            Fetch{64, 48, PixFormat::RGBA8888, 0x10001}));
@@ -366,7 +358,6 @@ TEST_F(ForceLinearTest, ConvertsCompressedFramesToTheirLinearFormat) {
 TEST_F(ForceLinearTest, FallsBackToTheCompressedFrame) {
     const auto compressed = picture(PixFormat::MIREL_NV12_CMPX);
     const Bytes asItIs = dumped(compressed);
-    EXPECT_EQ(asItIs.size(), geometry::CmpxNv12<uint32_t>::FrameSize(64, 48));
     pool->statuses = {C2_NO_MEMORY};
     EXPECT_EQ(converted(compressed, "MIREL_NV12_CMPX_0.yuv"), asItIs);
     EXPECT_THAT(lines, Contains("E [p] Failed to allocate graphic buf for conversion !"));
@@ -378,6 +369,36 @@ TEST_F(ForceLinearTest, FallsBackToTheCompressedFrame) {
     pool->offered.push_back(host::AllocateGraphic(32, 48, PixFormat::MIREL_NV12, 0));
     EXPECT_EQ(converted(compressed, "MIREL_NV12_2.yuv"), asItIs);
     EXPECT_EQ(lines.back(), "E [p] Failed to dump uncompressed !");
+}
+
+using FileLoggerTest = Fixture;
+
+TEST_F(FileLoggerTest, AppendsLinesWithTheLocalTimeAtOnceOrHasNoFile) {
+    TempDir dir;
+    const std::string path = dir / "log.txt", missing = dir / "missing/log.txt";
+    std::unique_ptr<LX2FileLogger> logger;
+    gC2FileLogLevel = 1;
+    SetClock(1772694423, "XYZ-2");  // 5 March 2026, 09:07:03 there
+    EXPECT_EQ(LX2FileLogger::Create(path, nullptr), LX2_BAD_ARG);
+    ASSERT_EQ(LX2FileLogger::Create(path, &logger), C2_OK);
+    EXPECT_EQ(logger->write("x"), C2_OK);
+    EXPECT_EQ(LX2FileLogger::Create(missing, &logger), LX2_ERROR);
+    EXPECT_EQ(logger, nullptr);
+    EXPECT_THAT(log.take(), ElementsAre(Error("FileLog", "Failed to open log file : " + missing)));
+
+    ASSERT_EQ(LX2FileLogger::Create(path, &logger), C2_OK);
+    gC2FileLogLevel = 0;  // counts at creation only
+    SetClock(1798761599, "UTC");
+    EXPECT_EQ(logger->write("%s %d", "frame", 3), C2_OK);
+    logger->write("%s", std::string(300, 'a').c_str());
+    const auto bytes = ReadAll(path);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()),
+              "03-05 09:07:03 : x\n12-31 23:59:59 : frame 3\n12-31 23:59:59 : " +
+                  std::string(255, 'a') + "\n");
+    EXPECT_EQ(LX2FileLogger::Create(dir / "other.txt", &logger), C2_CANNOT_DO);
+    EXPECT_EQ(logger, nullptr);
+    EXPECT_FALSE(std::filesystem::exists(dir / "other.txt"));
+    EXPECT_EQ(LX2FileLogger().write("into the void"), C2_OK);
 }
 
 }  // namespace

@@ -203,8 +203,6 @@ constexpr T FrameSize(uint32_t format, T width, T height) {
 // but the compressed NV12 gets the room of an 8-bit frame with planes aligned to 512.
 template <typename T>
 constexpr T VideoCoreFrameSize(uint32_t format, T width, T height) {
-    if (width == 0 || height == 0)
-        return 0;
     if (format == PixFormat::MIREL_NV12_CMPX)
         return CmpxNv12<T>::FrameSize(width, height);
     return Align<T>(
