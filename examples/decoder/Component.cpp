@@ -91,14 +91,7 @@ Component::~Component() {
 }
 
 void Component::fail(const std::string& where, const std::string& what) {
-    auto& errors = mStatistics.errors;
-    const auto same =
-        std::find_if(errors.begin(), errors.end(),
-                     [&what](const Statistics::Error& error) { return error.what == what; });
-    if (same == errors.end())
-        errors.push_back({where, what, 1});
-    else
-        ++same->count;
+    mStatistics.errors.add(where, what);
     mOutput->log((where + what).c_str());
 }
 

@@ -12,11 +12,12 @@
 #include <string>
 #include <vector>
 
+#include "../common/FrameOutput.h"
+#include "../common/Session.h"
 #include "../common/VideoColor.h"
-#include "FrameOutput.h"
+#include "../common/VideoHardware.h"
 #include "InputStream.h"
 #include "Settings.h"
-#include "VideoHardware.h"
 
 namespace lx2::example {
 
@@ -24,13 +25,6 @@ using host::Framework;
 using host::Promise;
 
 struct Statistics {
-    // What went wrong, where for the first time, and how often.
-    struct Error {
-        std::string where;
-        std::string what;
-        uint64_t count;
-    };
-
     uint64_t units = 0;
     uint64_t headerBytes = 0;  // codec-specific data split off
     uint64_t inputBytes = 0;
@@ -44,7 +38,7 @@ struct Statistics {
     std::map<std::string, uint64_t> formats;  // frames by "WxH FORMAT"
     std::string codedColor;                   // of the last frame, as the stream says
     std::string color;                        // as settled with the defaults
-    std::vector<Error> errors;
+    Errors errors;
     uint64_t memoryEarly = 0;  // KiB resident at frame 1000
     uint64_t memoryLate = 0;   // and at the end
 };

@@ -14,11 +14,6 @@ namespace lx2::example {
 
 namespace {
 
-constexpr StreamKind kAvc{Codec::Avc, "video/avc", "264"};
-constexpr StreamKind kHevc{Codec::Hevc, "video/hevc", "265"};
-constexpr StreamKind kVp8{Codec::Vp8, "video/x-vnd.on2.vp8", "ivf"};
-constexpr StreamKind kVp9{Codec::Vp9, "video/x-vnd.on2.vp9", "ivf"};
-
 // Byte streams carry no times: 25 pictures a second.
 constexpr uint64_t kMicrosecondsPerFrame = 40000;
 
@@ -57,12 +52,14 @@ std::string InputStream::readIvf(std::vector<uint8_t> content) {
     IvfFile file;
     std::string problem = ReadIvf(std::move(content), &file);
     const std::string_view fourcc(file.header.fourcc, sizeof(file.header.fourcc));
-    const StreamKind* kind = fourcc == "VP80" ? &kVp8 : fourcc == "VP90" ? &kVp9 : nullptr;
+    const StreamKind* kind = fourcc == "VP80"   ? &KindOf(Codec::Vp8)
+                             : fourcc == "VP90" ? &KindOf(Codec::Vp9)
+                                                : nullptr;
     if (kind == nullptr)
         return "holds " + Printable(fourcc) + ", neither VP80 nor VP90";
     mKind = *kind;
     mBytes = std::move(file.bytes);
-    const auto shows = kind == &kVp8 ? ShowsVp8 : ShowsVp9;
+    const auto shows = kind->codec == Codec::Vp8 ? ShowsVp8 : ShowsVp9;
     for (const IvfFrame& frame : file.frames) {
         if (frame.size != 0)  // else the encoder dropped it
             add(frame.offset, frame.size,
@@ -75,7 +72,7 @@ std::string InputStream::readIvf(std::vector<uint8_t> content) {
 std::string InputStream::readByteStream(std::vector<uint8_t> content, const std::string& path) {
     ByteStream stream;
     std::string problem = CutByteStream(std::move(content), path, &stream);
-    mKind = stream.codec == VideoCodec::Hevc ? kHevc : kAvc;
+    mKind = KindOf(stream.codec == VideoCodec::Hevc ? Codec::Hevc : Codec::Avc);
     mBytes = std::move(stream.bytes);
     mNote = stream.note.empty() ? "" : path + ": " + stream.note;
     mBytes.resize(mBytes.size() + kReadBehind);

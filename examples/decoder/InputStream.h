@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "VideoHardware.h"
+#include "../common/VideoHardware.h"
 
 namespace lx2::example {
 
@@ -18,12 +18,6 @@ struct InputUnit {
     uint64_t timestamp = 0;     // microseconds
     bool shown = true;          // a frame comes of it
     bool endsSequence = false;  // what follows refers to nothing before it
-};
-
-struct StreamKind {
-    Codec codec = Codec::Avc;
-    const char* mime = "";
-    const char* extension = "";
 };
 
 class InputStream {

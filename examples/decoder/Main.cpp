@@ -1,28 +1,22 @@
 // A whole decoder component on a workstation: decodes a file as a device's component would, hands
 // the frames to a small framework that checks them, and says at its end what it did and what is
 // left open.
-#include <android/log.h>
 #include <lx2host/Gralloc.h>
 #include <lx2host/GraphicPools.h>
-#include <lx2host/LogSink.h>
 #include <lx2host/OpenResources.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <memory>
 #include <vector>
 
 #include "../common/ComponentParams.h"
+#include "../common/Session.h"
 #include "Component.h"
 
 namespace lx2::example {
 
 namespace {
-
-constexpr int kExitDamaged = 1;
-constexpr int kExitUsage = 2;
 
 std::string DefaultInput() {
     return std::string(LX2_SAMPLES_DIR) + "/avc.264";
@@ -39,10 +33,6 @@ void ShowProgress(const Statistics& statistics, size_t units) {
     fflush(stdout);
 }
 
-void PrintCount(const char* what, uint64_t count) {
-    printf("  %-22s %llu\n", what, static_cast<unsigned long long>(count));
-}
-
 void PrintSummary(const InputStream& input, const Statistics& statistics,
                   const FrameOutput& output) {
     printf("%s, %zu access units, %llu bytes\n", input.mime().c_str(), input.units().size(),
@@ -51,8 +41,8 @@ void PrintSummary(const InputStream& input, const Statistics& statistics,
     PrintCount("frames", statistics.frames);
     for (const auto& [format, count] : statistics.formats)
         PrintCount(("  " + format).c_str(), count);
-    printf("  %-22s %s\n", "color in the stream", statistics.codedColor.c_str());
-    printf("  %-22s %s\n", "color", statistics.color.c_str());
+    PrintText("color in the stream", statistics.codedColor);
+    PrintText("color", statistics.color);
     for (const auto& [formats, count] : output.conversionsByFormat())
         PrintCount(("  " + formats).c_str(), count);
     PrintCount("conversions", output.conversions());
@@ -66,7 +56,7 @@ void PrintSummary(const InputStream& input, const Statistics& statistics,
         PrintCount("KiB at the end", statistics.memoryLate);
     }
     for (const std::string& file : output.frameFiles())
-        printf("  %-22s %s\n", "wrote", file.c_str());
+        PrintText("wrote", file);
 }
 
 DefaultColor DefaultsOf(const ComponentParams& parameters) {
@@ -75,24 +65,6 @@ DefaultColor DefaultsOf(const ComponentParams& parameters) {
     defaults.aspects = {C2Color::range_t(color.range), C2Color::primaries_t(color.primaries),
                         C2Color::transfer_t(color.transfer), C2Color::matrix_t(color.matrix)};
     return defaults;
-}
-
-bool OpenLog(const std::string& path, std::shared_ptr<FILE>* file) {
-    file->reset(fopen(path.c_str(), "we"),
-                [](FILE* open) { return open != nullptr ? fclose(open) : 0; });
-    return *file != nullptr;
-}
-
-// Where the platform's log goes: into a file, or to standard error without the notices, and clear
-// of the line that shows the progress.
-void SendLogTo(const std::shared_ptr<FILE>& file, bool verbose) {
-    const bool progress = isatty(STDOUT_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
-    host::SetLogSink([file, verbose, progress](int priority, const char* tag, const char* text) {
-        if (file != nullptr)
-            fprintf(file.get(), "%d %s: %s\n", priority, tag, text);
-        else if (priority >= ANDROID_LOG_WARN || verbose)
-            fprintf(stderr, "%s%s: %s\n", progress ? "\r\033[K" : "", tag, text);
-    });
 }
 
 // Everything that lives while the stream is decoded, so that all of it is gone when this returns.
@@ -123,16 +95,13 @@ bool DecodeStream(const InputStream& input, const Settings& settings,
     if (!input.note().empty())
         printf("note: %s\n", input.note().c_str());
     const Statistics& statistics = component.statistics();
-    for (const auto& [where, what, count] : statistics.errors) {
-        const std::string times = count > 1 ? " (" + std::to_string(count) + " times)" : "";
-        printf("error: %s%s%s\n", where.c_str(), what.c_str(), times.c_str());
-    }
+    statistics.errors.print();
     for (const std::string& complaint : framework.complaints())
         printf("framework: %s\n", complaint.c_str());
     PrintSummary(input, statistics, output);
     PrintCount("frames shown", framework.received());
     if (const std::string play = output.playCommand(); !play.empty())
-        printf("  %-22s %s\n", "play", play.c_str());
+        PrintText("play", play);
     return input.damage().empty() && statistics.errors.empty() && undone.empty() &&
            framework.complaints().empty();
 }
@@ -152,30 +121,14 @@ int Run(const Settings& settings) {
         fprintf(stderr, "lx2_decoder: %s\n", error.c_str());
         return kExitDamaged;
     }
-    if (!settings.out.empty()) {
-        std::error_code failure;
-        std::filesystem::create_directories(settings.out, failure);
-        if (failure) {
-            fprintf(stderr, "lx2_decoder: %s: %s\n", settings.out.c_str(),
-                    failure.message().c_str());
-            return kExitDamaged;
-        }
-    }
-    std::shared_ptr<FILE> systemLog;
-    const std::string logPath = settings.out + "/system.log";
-    if (!settings.out.empty() && !OpenLog(logPath, &systemLog)) {
-        fprintf(stderr, "lx2_decoder: %s: can't be made\n", logPath.c_str());
+    error = BeginOutput(settings.out, settings.verbose);
+    if (!error.empty()) {
+        fprintf(stderr, "lx2_decoder: %s\n", error.c_str());
         return kExitDamaged;
     }
-    SendLogTo(systemLog, settings.verbose);
     const host::OpenResources before;
     const bool clean = DecodeStream(*input, settings, DefaultsOf(parameters));
-    const auto left = before.leftOpen();
-    for (const std::string& line : left)
-        printf("left open: %s\n", line.c_str());
-    if (left.empty())
-        printf("nothing is left open\n");
-    return clean && left.empty() ? 0 : kExitDamaged;
+    return Conclude(before, clean);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "Settings.h"
 
-#include <charconv>
+#include "../common/Session.h"
 
 namespace lx2::example {
 
@@ -8,28 +8,13 @@ namespace {
 
 constexpr size_t kMostSlots = 1024;
 
-// The longest name of a file in --out, and what a dump takes of a path.
-constexpr const char* kLongestName = "/frames_9999.yuv";
-constexpr size_t kLongestPath = 127;
-
-template <typename Number>
-bool ReadNumber(const std::string& text, Number* number) {
-    const char* end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, *number);
-    return result.ec == std::errc() && result.ptr == end;
-}
-
 // What is wrong with the value of an option, or empty.
 std::string TakeValue(const std::string& option, const std::string& value, Settings* settings) {
     if (option == "--set") {
         settings->parameters.push_back(value);
     } else if (option == "--out") {
         settings->out = value;
-        if (value.empty())
-            return "the name of DIR is empty";
-        if (value.size() + std::char_traits<char>::length(kLongestName) > kLongestPath)
-            return "the name of DIR is too long: a dump's path has " +
-                   std::to_string(kLongestPath) + " characters at most";
+        return CheckFolderName(value);
     } else if (!ReadNumber(value, &settings->slots) || settings->slots == 0 ||
                settings->slots > kMostSlots) {
         return "--slots takes a number from 1 to " + std::to_string(kMostSlots) + ", not \"" +

@@ -9,7 +9,7 @@
 #include <set>
 #include <string>
 
-#include "../common/VideoColor.h"
+#include "VideoColor.h"
 
 struct AVCodecContext;
 struct AVFrame;
@@ -18,6 +18,13 @@ struct AVPacket;
 namespace lx2::example {
 
 enum class Codec { Avc, Hevc, Vp8, Vp9 };
+
+struct StreamKind {
+    Codec codec = Codec::Avc;
+    const char* mime = "";
+    const char* extension = "";
+};
+const StreamKind& KindOf(Codec codec);
 
 struct DecodedFrame {
     std::shared_ptr<const AVFrame> owner;  // of the picture's memory

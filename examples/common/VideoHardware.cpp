@@ -94,6 +94,16 @@ void KeepComplaint(void* object, int level, const char* format, va_list argument
 
 }  // namespace
 
+const StreamKind& KindOf(Codec codec) {
+    static constexpr StreamKind kKinds[] = {
+        {Codec::Avc, "video/avc", "264"},
+        {Codec::Hevc, "video/hevc", "265"},
+        {Codec::Vp8, "video/x-vnd.on2.vp8", "ivf"},
+        {Codec::Vp9, "video/x-vnd.on2.vp9", "ivf"},
+    };
+    return kKinds[static_cast<size_t>(codec)];
+}
+
 void VideoHardware::Free::operator()(AVCodecContext* context) const {
     avcodec_free_context(&context);
 }

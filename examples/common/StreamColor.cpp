@@ -1,6 +1,7 @@
 #include "StreamColor.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavutil/frame.h>
 #include <libavutil/mastering_display_metadata.h>
 #include <libavutil/pixfmt.h>
@@ -71,6 +72,16 @@ Value Translate(const ColorRow<Value> (&rows)[N], int coded) {
     return Value{};
 }
 
+// The first row counts: those behind it are kin.
+template <typename Value, size_t N>
+int Code(const ColorRow<Value> (&rows)[N], Value value, int unspecified) {
+    for (const auto& row : rows) {
+        if (row.value == value)
+            return row.coded;
+    }
+    return unspecified;
+}
+
 float Number(AVRational value) {
     return value.den != 0 ? static_cast<float>(av_q2d(value)) : 0.0f;
 }
@@ -119,6 +130,17 @@ CodedColor ColorOf(const AVFrame& frame) {
     color.aspects.range = Translate(kRanges, frame.color_range);
     color.hdr = HdrOf(frame);
     return color;
+}
+
+void SetAspects(const C2ColorAspectsStruct& aspects, AVCodecContext* context) {
+    context->color_range =
+        static_cast<AVColorRange>(Code(kRanges, aspects.range, AVCOL_RANGE_UNSPECIFIED));
+    context->color_primaries =
+        static_cast<AVColorPrimaries>(Code(kPrimaries, aspects.primaries, AVCOL_PRI_UNSPECIFIED));
+    context->color_trc = static_cast<AVColorTransferCharacteristic>(
+        Code(kTransfers, aspects.transfer, AVCOL_TRC_UNSPECIFIED));
+    context->colorspace =
+        static_cast<AVColorSpace>(Code(kMatrices, aspects.matrix, AVCOL_SPC_UNSPECIFIED));
 }
 
 }  // namespace lx2::example
