@@ -1,6 +1,5 @@
 #include "ComponentParams.h"
 
-#include <C2Config.h>
 #include <C2ParamInternal.h>
 #include <util/C2InterfaceHelper.h>
 
@@ -61,10 +60,11 @@ T Load(const uint8_t* place) {
 
 }  // namespace
 
-ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
+ComponentParams::ComponentParams(Kind kind, std::ostream& out) : mOut(out) {
     auto reflector = std::make_shared<C2ReflectorHelper>();
     reflector->addStructDescriptors<C2PictureSizeStruct, Priority, OutputDelay, OperatingRate,
-                                    Window, Label, Comment, InitData, DefaultColor, QpRange>();
+                                    Window, Label, Comment, InitData, DefaultColor, QpRange,
+                                    Bitrate, KeyFrameInterval>();
     mReflector = std::move(reflector);
     describe<Priority>("priority");
     describe<OutputDelay>("output-delay");
@@ -75,6 +75,12 @@ ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
     describe<InitData>("init-data");
     describe<DefaultColor>("default-color");
     describe<QpRange>("qp-range");
+    if (kind == Kind::Encoder) {
+        describe<Bitrate>("bitrate");
+        describe<KeyFrameInterval>("key-frame-interval");
+        add(std::make_unique<Bitrate>(0u, 1000000u));
+        add(std::make_unique<KeyFrameInterval>(0u, 30u));
+    }
     mUpdater.addParamDesc(mReflector, mDescriptors);
     for (const auto& desc : mDescriptors)
         addFields(desc->index(), mUpdater.getParamName(desc->index()), sizeof(C2Param),
@@ -84,7 +90,8 @@ ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
     add(std::make_unique<Priority>(0));
     add(std::make_unique<OutputDelay>(2u));
     add(std::make_unique<Window>(0u, C2WindowStruct{0, 0, {1920, 1080}}));
-    add(std::make_unique<Label>(C2LabelStruct{"decoder"}));
+    add(std::make_unique<Label>(kind == Kind::Encoder ? C2LabelStruct{"encoder"}
+                                                      : C2LabelStruct{"decoder"}));
     add(Comment::AllocUnique(1));
     auto initData = InitData::AllocUnique(4);
     std::copy_n("\x00\x00\x00\x01", 4, initData->m.value);
@@ -93,6 +100,12 @@ ComponentParams::ComponentParams(std::ostream& out) : mOut(out) {
         0u, C2DefaultColorStruct{C2Color::RANGE_LIMITED, C2Color::PRIMARIES_BT601_525,
                                  C2Color::TRANSFER_170M, C2Color::MATRIX_BT601}));
     add(std::make_unique<QpRange>(0u, C2QpRangeStruct{0, 51}));
+}
+
+C2ColorAspectsStruct ComponentParams::defaultAspects() const {
+    const auto& color = *get<DefaultColor>();
+    return {C2Color::range_t(color.range), C2Color::primaries_t(color.primaries),
+            C2Color::transfer_t(color.transfer), C2Color::matrix_t(color.matrix)};
 }
 
 template <typename P>

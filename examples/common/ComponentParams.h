@@ -11,6 +11,7 @@
 
 #include <lx2/ReflectedParamUpdater.h>
 
+#include <C2Config.h>
 #include <C2ParamDef.h>
 
 #include <cstdint>
@@ -31,6 +32,8 @@ enum : uint32_t {
     kParamIndexComment,
     kParamIndexInitialData,
     kParamIndexDefaultColor,
+    kParamIndexTargetBitrate,
+    kParamIndexKeyFrameInterval,
     kParamIndexQpRange = C2Param::TYPE_INDEX_VENDOR_START + 0x0101,
 };
 
@@ -76,10 +79,16 @@ class ComponentParams {
     using Comment = C2GlobalParam<C2Setting, C2StringValue, kParamIndexComment>;
     using InitData = C2StreamParam<C2Info, C2BlobValue, kParamIndexInitialData>::output;
     using DefaultColor = C2StreamParam<C2Tuning, C2DefaultColorStruct>::output;
+    // An encoder's.
+    using Bitrate = C2StreamParam<C2Tuning, C2Uint32Value, kParamIndexTargetBitrate>::output;
+    using KeyFrameInterval =
+        C2StreamParam<C2Tuning, C2Uint32Value, kParamIndexKeyFrameInterval>::output;
     using QpRange = C2StreamParam<C2Tuning, C2QpRangeStruct>::output;
 
+    enum class Kind { Decoder, Encoder };
+
     // out receives everything that is printed, and outlives this object.
-    explicit ComponentParams(std::ostream& out = std::cout);
+    explicit ComponentParams(Kind kind = Kind::Decoder, std::ostream& out = std::cout);
 
     // Applies texts of the form name=value, one after the other. What can't be applied is said in
     // one line and the next one follows. Returns how many were applied.
@@ -87,6 +96,9 @@ class ComponentParams {
 
     // Prints every name with its type and present value.
     void list() const;
+
+    // The default colors as an info takes them.
+    C2ColorAspectsStruct defaultAspects() const;
 
     // The present value of a parameter, valid until the next apply(). Null for one that is
     // described but that this component does not have, as OperatingRate.

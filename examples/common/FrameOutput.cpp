@@ -46,6 +46,12 @@ uint64_t LoggedBytes(const char* text) {
 
 }  // namespace
 
+std::string DescribeBuffer(const char* what, const std::shared_ptr<LX2Buffer>& buffer) {
+    char text[200];
+    LX2Buffer::AsString(buffer, text, sizeof(text));
+    return std::string(what) + " " + text;
+}
+
 FrameOutput::FrameOutput(const std::string& directory, const std::string& mime,
                          const std::string& extension)
     : mDirectory(directory), mIvf(extension == "ivf") {

@@ -15,6 +15,9 @@
 
 namespace lx2::example {
 
+// A buffer in one line, behind what it is.
+std::string DescribeBuffer(const char* what, const std::shared_ptr<LX2Buffer>& buffer);
+
 class FrameOutput {
   public:
     // Into directory, or nowhere when that is empty: frames are then converted all the same.

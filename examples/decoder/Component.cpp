@@ -96,9 +96,7 @@ void Component::fail(const std::string& where, const std::string& what) {
 }
 
 void Component::note(const char* what, const std::shared_ptr<LX2Buffer>& buffer) {
-    char text[200];
-    LX2Buffer::AsString(buffer, text, sizeof(text));
-    const std::string line = std::string(what) + " " + text;
+    const std::string line = DescribeBuffer(what, buffer);
     mOutput->log(line.c_str());
     if (mSettings.verbose)
         printf("%s\n", line.c_str());

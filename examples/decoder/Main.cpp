@@ -59,14 +59,6 @@ void PrintSummary(const InputStream& input, const Statistics& statistics,
         PrintText("wrote", file);
 }
 
-DefaultColor DefaultsOf(const ComponentParams& parameters) {
-    const auto& color = *parameters.get<ComponentParams::DefaultColor>();
-    DefaultColor defaults;
-    defaults.aspects = {C2Color::range_t(color.range), C2Color::primaries_t(color.primaries),
-                        C2Color::transfer_t(color.transfer), C2Color::matrix_t(color.matrix)};
-    return defaults;
-}
-
 // Everything that lives while the stream is decoded, so that all of it is gone when this returns.
 bool DecodeStream(const InputStream& input, const Settings& settings,
                   const DefaultColor& defaults) {
@@ -126,8 +118,10 @@ int Run(const Settings& settings) {
         fprintf(stderr, "lx2_decoder: %s\n", error.c_str());
         return kExitDamaged;
     }
+    DefaultColor defaults;
+    defaults.aspects = parameters.defaultAspects();
     const host::OpenResources before;
-    const bool clean = DecodeStream(*input, settings, DefaultsOf(parameters));
+    const bool clean = DecodeStream(*input, settings, defaults);
     return Conclude(before, clean);
 }
 

@@ -3,17 +3,12 @@
 
 #include <cstddef>
 #include <string>
-#include <vector>
+
+#include "../common/Arguments.h"
 
 namespace lx2::example {
 
-struct Settings {
-    std::string input;                    // the sample when empty
-    std::string out;                      // directory of dumps and log; none when empty
-    std::vector<std::string> parameters;  // name=value
-    bool listParameters = false;
-    bool verbose = false;  // describe every buffer
-    bool help = false;
+struct Settings : CommonSettings {
     size_t slots = 10;  // of the surface
 
     // The component's own, which a user has no reason to change.
