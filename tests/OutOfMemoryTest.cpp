@@ -30,10 +30,11 @@ void* operator new(size_t size) {
         throw std::bad_alloc();
     return memory;
 }
-void operator delete(void* memory) noexcept {
+// Not inline: the compiler would see free() take what its own operator new gave, and warn.
+__attribute__((noinline)) void operator delete(void* memory) noexcept {
     free(memory);
 }
-void operator delete(void* memory, size_t) noexcept {
+__attribute__((noinline)) void operator delete(void* memory, size_t) noexcept {
     free(memory);
 }
 
