@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The installed package: the decoder built outside the tree with find_package alone, and a small
-# program with pkg-config.
+# program with find_package, by clang too where it is installed, and with pkg-config. The package asks
+# for C++17 itself, with a compiler that starts out from an older one.
 # PackageTest.sh <build folder> <source folder> <compiler flags>
 set -euo pipefail
 build=$1
@@ -9,12 +10,15 @@ flags=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-cmake --install "$build" --prefix "$work/prefix" >/dev/null
+# What a step prints is of interest when it fails.
+quiet() { "$@" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }; }
+
+quiet cmake --install "$build" --prefix "$work/prefix"
 cp -r "$source/examples" "$work/examples"
 
-CXXFLAGS=$flags cmake -S "$work/examples/decoder" -B "$work/decoder" -G Ninja \
-    -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
-cmake --build "$work/decoder" >/dev/null
+quiet cmake -S "$work/examples/decoder" -B "$work/decoder" -G Ninja \
+    -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="-std=gnu++14 $flags"
+quiet cmake --build "$work/decoder"
 "$work/decoder/lx2_decoder" "$work/examples/samples/vp9.ivf" 2>/dev/null | grep "nothing is left open"
 
 cat >"$work/pool.cpp" <<'TXT'
@@ -40,3 +44,18 @@ PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name lxcodec2_utils.pc)")
 g++ -std=c++17 $flags "$work/pool.cpp" -o "$work/pool" $(pkg-config --cflags --libs lxcodec2_utils) \
     -Wl,-rpath,"$(pkg-config --variable=libdir lxcodec2_utils)"
 "$work/pool"
+
+# What clang makes can't use what was instrumented by another compiler.
+if [ -z "$flags" ] && command -v clang++ >/dev/null; then
+    cat >"$work/CMakeLists.txt" <<'TXT'
+cmake_minimum_required(VERSION 3.25)
+project(pool LANGUAGES CXX)
+find_package(lxcodec2_utils REQUIRED)
+add_executable(pool pool.cpp)
+target_link_libraries(pool PRIVATE lx2::utils)
+TXT
+    quiet cmake -S "$work" -B "$work/clang" -G Ninja \
+        -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER=clang++
+    quiet cmake --build "$work/clang"
+    "$work/clang/pool"
+fi
