@@ -26,8 +26,8 @@ FramePlanes RowsOf(const Graphic& view) {
     const FramePlane& chroma = planes[1];
     switch (view.format()) {
         case PixFormat::I420:
-        case PixFormat::NV12:  // the width is taken for the pitch: luma and chroma are one run
-            return {{{0, 0, width * (height + height / 2), 1}}, 1};
+        case PixFormat::NV12:  // the width is taken for the pitch, and for the end of the luma
+            return {{{0, width, width, height + height / 2}}, 1};
         case PixFormat::YV12:  // one run of rows through both planes of chroma
             return {{planes[0], {chroma.offset, chroma.pitch, chroma.rowBytes, height}}, 2};
         case PixFormat::MIREL_NV12:  // of an odd width, half a pair at the end of a row
