@@ -366,7 +366,7 @@ TEST_F(ForceLinearTest, FallsBackToTheCompressedFrame) {
     EXPECT_EQ(converted(rgba, "RGBA8888_CMPX_1.rgb"), dumped(rgba));
     EXPECT_THAT(lines, Contains("E [p] failed to create graphic buffer pool !"));
     gBasicPool = pool;  // the next change tries again, with a target that is too small
-    pool->offered.push_back(host::AllocateGraphic(32, 48, PixFormat::MIREL_NV12, 0));
+    pool->offered.push_back(GraphicBlock(32, 48, PixFormat::MIREL_NV12));
     EXPECT_EQ(converted(compressed, "MIREL_NV12_2.yuv"), asItIs);
     EXPECT_EQ(lines.back(), "E [p] Failed to dump uncompressed !");
 }
