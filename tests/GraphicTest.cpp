@@ -14,7 +14,7 @@
 
 // An unwrapped handle with too few descriptors is left behind by the constructor that refuses it.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-    return "leak:android::UnwrapNativeCodec2GrallocHandle\n";
+    return "leak:lx2::LX2GrallocBuffer::LX2GrallocBuffer\n";
 }
 
 namespace lx2::test {

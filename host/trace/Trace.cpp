@@ -136,11 +136,12 @@ void Count(State* state, Kind kind, uint64_t change, double now) {
 }
 
 void Start(const char* path) {
+    const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (file < 0)
+        return GiveUp(path);
     auto* state = new State;
     state->path = path;
-    state->file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (state->file < 0)
-        return GiveUp(path);
+    state->file = file;
     state->tracks.resize(kOtherMemory);
     gState = state;
     gOn = true;
