@@ -105,6 +105,8 @@ void Component::note(const char* what, const std::shared_ptr<LX2Buffer>& buffer)
 void Component::attachHeaders(const std::shared_ptr<LX2Buffer>& buffer, const uint8_t* data,
                               uint32_t size) {
     auto headers = C2StreamInitDataInfo::input::AllocShared(size);
+    if (headers == nullptr)
+        return;
     memcpy(headers->m.value, data, size);
     buffer->addInfo(headers);
     mStatistics.headerBytes += size;
