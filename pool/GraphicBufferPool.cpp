@@ -41,6 +41,8 @@ std::unique_ptr<LX2GraphicBufferPool> LX2GraphicBufferPool::Create(
 LX2GraphicBufferPoolImpl::LX2GraphicBufferPoolImpl(std::shared_ptr<C2BlockPool> pool, bool flag)
     : mFlag(flag), mPool(std::move(pool)) {}
 
+LX2GraphicBufferPoolImpl::~LX2GraphicBufferPoolImpl() = default;
+
 LX2Status LX2GraphicBufferPoolImpl::registerCallback(
     std::weak_ptr<LX2BufferDeleteCallback> callback) {
     // "override" says that the new callback is alive, not that it replaces one.

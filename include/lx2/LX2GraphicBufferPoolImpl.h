@@ -16,6 +16,7 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
   public:
     // Shares ownership of pool, which may be null. flag is kept and not consulted.
     LX2GraphicBufferPoolImpl(std::shared_ptr<C2BlockPool> pool, bool flag);
+    ~LX2GraphicBufferPoolImpl() override;
 
     LX2Status registerCallback(std::weak_ptr<LX2BufferDeleteCallback> callback) override;
     LX2Status setResolution(uint32_t width, uint32_t height) override;
