@@ -6,8 +6,6 @@
 #include <map>
 #include <string>
 
-#include "../param/MessageWalk.h"
-
 namespace {
 
 using lx2::ReflectedParamUpdater;
@@ -53,30 +51,5 @@ void BM_ParseMessage(benchmark::State& state) {
         state.SkipWithError("keys were missed");
 }
 BENCHMARK(BM_ParseMessage)->RangeMultiplier(10)->Range(100, 10000);
-
-template <typename Search>
-void FindKeys(benchmark::State& state, const Search& search) {
-    std::map<std::string, int> fields;
-    for (int64_t i = 0; i < state.range(0); ++i)
-        fields["vendor." + ParamName(i / kFieldsOfAParam) + "." + FieldName(i % kFieldsOfAParam)] =
-            1;
-    const ReflectedParamUpdater::Message message = MessageFor(state.range(0));
-    int64_t found = 0;
-    for (auto _ : state)
-        search(fields, message,
-               [&found](const std::string&, int one, const std::string&) { found += one; });
-    if (found != kKeys * static_cast<int64_t>(state.iterations()))
-        state.SkipWithError("keys were missed");
-}
-
-void BM_FindByKey(benchmark::State& state) {
-    FindKeys(state, [](const auto&... args) { lx2::VisitByKey(args...); });
-}
-BENCHMARK(BM_FindByKey)->RangeMultiplier(10)->Range(100, 10000);
-
-void BM_FindByName(benchmark::State& state) {
-    FindKeys(state, [](const auto&... args) { lx2::VisitByName(args...); });
-}
-BENCHMARK(BM_FindByName)->RangeMultiplier(10)->Range(100, 10000);
 
 }  // namespace

@@ -56,25 +56,9 @@ void ShrinkInPlace(C2Param* param, uint64_t size) {
     memcpy(BytesOf(param) + offsetof(ParamHeader, size), &shorter, sizeof(shorter));
 }
 
-// Whether a whole-parameter value begins with a header that claims no more than there is. Any other
-// would leave a parameter behind that is longer in its header than in memory.
-bool CarriesHeader(const void* value, uint64_t size) {
-    ParamHeader header;
-    if (size < sizeof(header))
-        return false;
-    memcpy(&header, value, sizeof(header));
-    return header.size >= sizeof(header) && header.size <= size;
-}
-
-void WriteFixed(C2Param* param, const C2FieldDescriptor& field, uint64_t offset, const void* value,
-                uint64_t size) {
-    const bool padded = field.type() == C2FieldDescriptor::BLOB && size < field.extent();
-    if (offset + (padded ? field.extent() : size) > param->size())
-        return;  // the parameter is shorter than its descriptor says
-    uint8_t* place = BytesOf(param) + offset;
-    if (padded)
-        memset(place + size, 0, field.extent() - size);
-    memcpy(place, value, size);
+void WriteFixed(C2Param* param, uint64_t offset, const void* value, uint64_t size) {
+    if (offset + size <= param->size())  // else it is shorter than its descriptor says
+        memcpy(BytesOf(param) + offset, value, size);
 }
 
 void WriteToEnd(std::unique_ptr<C2Param>* slot, uint64_t offset, const void* value, uint64_t size) {
@@ -91,21 +75,16 @@ void WriteToEnd(std::unique_ptr<C2Param>* slot, uint64_t offset, const void* val
 
 }  // namespace
 
-void WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor* field, size_t baseOffset,
+void WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor& field, size_t baseOffset,
                 const void* value, size_t size) {
-    if (field == nullptr) {
-        if (CarriesHeader(value, size))
-            WriteToEnd(slot, 0, value, size);
-        return;
-    }
     // A parameter's size is a 32-bit number: nothing lies beyond it, and the sums can't wrap.
     constexpr uint64_t kBeyond = std::numeric_limits<uint32_t>::max();
     if (baseOffset > kBeyond || size > kBeyond)
         return;
     const uint64_t offset =
-        uint64_t{baseOffset} + _C2ParamInspector::GetOffset(*field) + kHeaderSize;
-    if (field->extent() != 0)
-        WriteFixed(slot->get(), *field, offset, value, size);
+        uint64_t{baseOffset} + _C2ParamInspector::GetOffset(field) + kHeaderSize;
+    if (field.extent() != 0)
+        WriteFixed(slot->get(), offset, value, size);
     else
         WriteToEnd(slot, offset, value, size);
 }

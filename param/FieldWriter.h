@@ -13,9 +13,9 @@ namespace lx2 {
 // Writes size bytes of value into the parameter that *slot holds. baseOffset: of the structure that
 // holds the field, in the parameter's body. A field of fixed extent is written where it is. A field
 // of extent 0 ends the parameter, which grows (a new object in *slot) or shrinks (in place) to the
-// value's end. Without a field the value is the whole parameter, header included.
+// value's end.
 // Nothing is ever written outside the parameter: a value that does not fit leaves it as it is.
-void WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor* field, size_t baseOffset,
+void WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor& field, size_t baseOffset,
                 const void* value, size_t size);
 
 }  // namespace lx2

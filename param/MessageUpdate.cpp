@@ -1,9 +1,10 @@
 #include <lx2/ReflectedParamUpdater.h>
 
+#include <algorithm>
 #include <set>
+#include <stdexcept>
 
 #include "FieldWriter.h"
-#include "MessageWalk.h"
 #include "ParamLog.h"
 
 namespace lx2 {
@@ -29,7 +30,13 @@ void ParseText(const std::string& name, const FieldDesc& desc, const std::string
 // negative number.
 void ParseInteger(const std::string& name, const FieldDesc& desc, const std::string& text,
                   const Work& work) {
-    const int32_t value = std::stoi(text);
+    int32_t value = 0;
+    try {
+        value = std::stoi(text);
+    } catch (const std::logic_error&) {
+        LX2_LOGE("%s: \"%s\" is no number of 32 bits", name.c_str(), text.c_str());
+        throw;
+    }
     work(name, desc, &value, sizeof(value));
 }
 
@@ -52,10 +59,19 @@ void Parse(const std::string& name, const FieldDesc& desc, const std::string& te
 void ReflectedParamUpdater::parseMessageAndDoWork(const Message& message, const Work& work) const {
     if (work == nullptr)
         return;
-    VisitByKey(mFieldsByName, message,
-               [&work](const std::string& name, const FieldDesc& desc, const std::string& text) {
-                   Parse(name, desc, text, work);
-               });
+    // Each key of the message is looked up, so that the cost follows the message and not the number
+    // of registered names.
+    std::vector<std::pair<decltype(mFieldsByName)::const_iterator, const std::string*>> hits;
+    for (const auto& [key, text] : message) {
+        const auto entry = mFieldsByName.find(key);
+        if (entry != mFieldsByName.end())
+            hits.emplace_back(entry, &text);
+    }
+    std::sort(hits.begin(), hits.end(), [](const auto& left, const auto& right) {
+        return left.first->first < right.first->first;
+    });
+    for (const auto& [entry, text] : hits)
+        Parse(entry->first, entry->second, *text, work);
 }
 
 void ReflectedParamUpdater::getParamIndicesFromMessage(const Message& message,
@@ -89,7 +105,7 @@ void ReflectedParamUpdater::updateParamsFromMessage(
                      static_cast<int32_t>(index));
             return;
         }
-        WriteField(slot->second, desc.field.get(), desc.baseOffset, value, size);
+        WriteField(slot->second, *desc.field, desc.baseOffset, value, size);
     });
 }
 

@@ -36,13 +36,16 @@ std::unique_ptr<C2FieldDescriptor> CopyOf(const C2FieldDescriptor& field) {
 
 }  // namespace
 
-// A structure being registered and, through holder, the structures around it.
+// A structure being registered and, through holder, the structures around it. The outermost one,
+// which the caller brought, is not the reflector's: it may have the core index of another.
 struct ReflectedParamUpdater::Structure {
     const std::shared_ptr<C2ParamDescriptor>& param;
     const C2StructDescriptor& descriptor;
     const std::shared_ptr<C2ParamReflector>& reflector;
-    uint32_t coreIndex;
+    uint32_t coreIndex;  // as the reflector described it; kBrought
     const Structure* holder;
+
+    static constexpr uint32_t kBrought = 0xFFFFFFFF;
 
     // No structure holds itself; a reflector that says so would be asked for ever.
     bool isWithin(uint32_t core) const {
@@ -94,8 +97,7 @@ void ReflectedParamUpdater::addParamStructDesc(std::shared_ptr<C2ParamDescriptor
                                                const std::shared_ptr<C2ParamReflector>& reflector) {
     if (desc == nullptr)
         return;
-    const uint32_t core = CoreOf(structure.coreIndex().coreIndex());
-    addFields({desc, structure, reflector, core, nullptr}, path, offset);
+    addFields({desc, structure, reflector, Structure::kBrought, nullptr}, path, offset);
 }
 
 void ReflectedParamUpdater::addFields(const Structure& structure, const std::string& path,

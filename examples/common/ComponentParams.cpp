@@ -82,9 +82,10 @@ ComponentParams::ComponentParams(Kind kind, std::ostream& out) : mOut(out) {
         add(std::make_unique<KeyFrameInterval>(0u, 30u));
     }
     mUpdater.addParamDesc(mReflector, mDescriptors);
-    for (const auto& desc : mDescriptors)
-        addFields(desc->index(), mUpdater.getParamName(desc->index()), sizeof(C2Param),
-                  *mReflector->describe(desc->index()));
+    for (const auto& [name, key] : mUpdater.fields())
+        mFields.push_back(
+            {name, key.param->index(), key.field->type(), key.field->extent(),
+             sizeof(C2Param) + key.baseOffset + _C2ParamInspector::GetOffset(*key.field)});
 
     // Every parameter but the operating rate, which a component describes and need not have.
     add(std::make_unique<Priority>(0));
@@ -117,18 +118,6 @@ void ComponentParams::describe(const char* name) {
 template <typename P>
 void ComponentParams::add(std::unique_ptr<P> param) {
     mValues.push_back(std::move(param));
-}
-
-void ComponentParams::addFields(C2Param::Index param, const std::string& path, size_t offset,
-                                const C2StructDescriptor& structure) {
-    for (const C2FieldDescriptor& field : structure) {
-        const std::string name = path + "." + field.name();
-        const size_t place = offset + _C2ParamInspector::GetOffset(field);
-        if ((field.type() & C2FieldDescriptor::STRUCT_FLAG) != 0)
-            addFields(param, name, place, *mReflector->describe(uint32_t{field.type()}));
-        else
-            mFields.push_back({name, param, field.type(), field.extent(), place});
-    }
 }
 
 C2Param* ComponentParams::find(C2Param::Index index) const {

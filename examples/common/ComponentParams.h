@@ -121,8 +121,6 @@ class ComponentParams {
     void describe(const char* name);
     template <typename P>
     void add(std::unique_ptr<P> param);
-    void addFields(C2Param::Index param, const std::string& path, size_t offset,
-                   const C2StructDescriptor& structure);
     C2Param* find(C2Param::Index index) const;
     const Field* findField(const std::string& name) const;
     std::string valueOf(const Field& field) const;

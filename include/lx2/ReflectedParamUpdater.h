@@ -66,20 +66,27 @@ class LX2_API ReflectedParamUpdater {
                             const std::shared_ptr<C2ParamReflector>& reflector);
 
     // Makes the parameter of this name (with "vendor." where that applies) one key, without keys
-    // for its fields. To be called before the parameter is registered; the first call for a name
-    // wins.
+    // for its fields. No text sets it: a message that has the key is told so. To be called before
+    // the parameter is registered; the first call for a name wins.
     void supportWholeParam(std::string name, C2Param::CoreIndex coreIndex);
 
     // The name of a registered parameter; "<unknown N>", N the index in decimal, for any other.
     std::string getParamName(C2Param::Index index) const;
+
+    // The keys that are registered, ascending, with what each is. Valid until something is
+    // registered or cleared. Where a field lies in its parameter, in bytes: sizeof(C2Param),
+    // baseOffset, and the field's own offset (_C2ParamInspector::GetOffset).
+    const std::map<std::string, FieldDesc>& fields() const { return mFieldsByName; }
 
     // Forgets the keys. The parameters' names and the list of whole parameters stay.
     void clear();
 
     // Parses the value of every key of the message that is registered, in ascending order of the
     // keys, and calls work with it. Text goes with its terminating zero and is cut to the room of
-    // its field; 32-bit integers are read by std::stoi, whose exceptions pass through: the keys
-    // before are then done, those after are not. Values of other types are logged and left out.
+    // its field. INT32 and UINT32 are read by std::stoi, whose exceptions pass through once the key
+    // and its value are logged: the keys before are then done, those after are not. STRING, INT32
+    // and UINT32 are all that text can say: values of other types, and of a parameter that is set
+    // as a whole, are logged and left out.
     void parseMessageAndDoWork(const Message& message, const Work& work) const;
 
     // Replaces *out by the indices of the parameters that the message touches, each once,
