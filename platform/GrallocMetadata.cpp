@@ -1,4 +1,5 @@
 #include <lx2/LX2GrallocBuffer.h>
+#include <lx2/LX2VendorParams.h>
 #include <lx2/PixFormat.h>
 
 #include <algorithm>
@@ -7,7 +8,6 @@
 #include "DisplayMetadata.h"
 #include "GrallocLog.h"
 #include "GrallocMetadataFetch.h"
-#include "GrallocMetadataParams.h"
 
 namespace lx2 {
 
@@ -67,9 +67,9 @@ LX2Status LX2GrallocBuffer::getMetadata(const std::vector<C2Param::Type>& types,
     bool fetched = false;
     for (const C2Param::Type& type : types) {
         const uint32_t kind = type.type();
-        if (kind == kAvTimestampRequest) {
+        if (kind == C2StreamAvTimestampTuning::input::PARAM_TYPE) {
             fetched |= FetchAvTimestamp(mHandle, out);
-        } else if (kind == kColorAspectsRequest) {
+        } else if (kind == C2StreamColorAspectsInfo::input::PARAM_TYPE) {
             lxd::ColorMetaData record;
             if (FetchColorAspects(mHandle, out, &record)) {
                 TraceColorFetched();
@@ -107,21 +107,21 @@ LX2Status LX2GrallocBuffer::setMetadata(const std::vector<std::shared_ptr<C2Info
         if (info == nullptr)
             continue;
         switch (static_cast<uint32_t>(info->index())) {
-            case kColorAspectsOutput:
+            case C2StreamColorAspectsInfo::output::PARAM_TYPE:
                 if (const auto* aspects = C2StreamColorAspectsInfo::output::From(info.get()))
                     colorChanged = LX2GrallocMetadataTranslater::convertAspectsToMetaData(
                                        *aspects, &record) == C2_OK;
                 break;
-            case kHdrStaticOutput:
+            case C2StreamHdrStaticMetadataInfo::output::PARAM_TYPE:
                 if (const auto* hsi = C2StreamHdrStaticMetadataInfo::output::From(info.get())) {
                     colorChanged = true;
                     LX2GrallocMetadataTranslater::convertHsiToMetaData(*hsi, &record);
                 }
                 break;
-            case kInterlaceOutput:
+            case C2StreamInterlaceInfo::output::PARAM_TYPE:
                 SetPayload(mHandle, DisplayMetadataType::Interlace, info.get(), "[Interlace]");
                 break;
-            case kRefreshRateOutput:
+            case C2StreamRefreshRateInfo::output::PARAM_TYPE:
                 SetPayload(mHandle, DisplayMetadataType::RefreshRate, info.get(), "[RefreshRate]");
                 break;
             default:

@@ -1,6 +1,7 @@
 #include "GrallocMetadataFetch.h"
 
 #include <lx2/LX2GrallocBuffer.h>
+#include <lx2/LX2VendorParams.h>
 #include <lx2/Memory.h>
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 
 #include "DisplayMetadata.h"
 #include "GrallocLog.h"
-#include "GrallocMetadataParams.h"
 
 namespace lx2 {
 
@@ -26,17 +26,28 @@ uint32_t Held(uint32_t length, size_t room) {
     return std::min(length, static_cast<uint32_t>(room));
 }
 
+// The index that the time stamp is known by names no direction, as none of the templates does.
+std::unique_ptr<C2Param> AvTimestampOf(uint64_t timestamp) {
+    const C2StreamAvTimestampTuning::input param;
+    alignas(C2Param) uint8_t bytes[sizeof(param)] = {};
+    const uint32_t header[] = {sizeof(param), kAvTimestampProduced};
+    memcpy(bytes, header, sizeof(header));
+    memcpy(bytes + sizeof(header) + offsetof(C2AvTimestampStruct, timestamp), &timestamp,
+           sizeof(timestamp));
+    return C2Param::Copy(*reinterpret_cast<const C2Param*>(bytes));
+}
+
 }  // namespace
 
 bool FetchAvTimestamp(void* handle, MetadataParams* out) {
     LX2_LOGT("get av timestamp");
-    AvTimestampParam param{};
-    if (!Get(handle, DisplayMetadataType::AvTimestamp, &param.timestamp)) {
+    uint64_t timestamp;
+    if (!Get(handle, DisplayMetadataType::AvTimestamp, &timestamp)) {
         LX2_LOGW("Failed to get metadata: av timestamp");
         return false;
     }
-    LX2_LOGT("av timestamp: %llu", static_cast<unsigned long long>(param.timestamp));
-    out->push_back(MakeParam(param));
+    LX2_LOGT("av timestamp: %llu", static_cast<unsigned long long>(timestamp));
+    out->push_back(AvTimestampOf(timestamp));
     return true;
 }
 
@@ -67,27 +78,27 @@ void AppendHdrDynamic(const lxd::ColorMetaData& record, MetadataParams* out) {
     const uint32_t length = Held(record.dynamicMetaDataLength, sizeof(record.dynamicMetaData));
     if (length == 0)
         return;
-    HdrDynamicParam param{};
-    memcpy_s(param.payload, length, record.dynamicMetaData, length);
-    out->push_back(MakeParam(param, sizeof(ParamHeader) + length));
+    auto param = C2StreamHdrDynamicMetadataInfo::input::AllocUnique(length, 0u);
+    memcpy_s(param->m.value, length, record.dynamicMetaData, length);
+    out->push_back(std::move(param));
 }
 
 bool FetchKva(void* handle, MetadataParams* infos, MetadataParams* configUpdates) {
     KvaRecord record;
     if (!Get(handle, DisplayMetadataType::Kva, &record))
         return false;
-    KvaParam metadata{};
-    metadata.payloadSize = Held(record.payloadSize, sizeof(record.payload));
-    metadata.flags = record.flags;
-    memcpy_s(metadata.payload, metadata.payloadSize, record.payload, metadata.payloadSize);
-    memcpy_s(metadata.further, sizeof(metadata.further), record.further, sizeof(record.further));
-    KvaRatesParam rates{};
-    rates.captureRate = record.captureRate;
-    rates.kvaRate = record.kvaRate;
-    LX2_LOGT("KVA Metadata: size %u capture rate %u kva rate %u flag %u", metadata.payloadSize,
-             rates.captureRate, rates.kvaRate, metadata.flags);
-    infos->push_back(MakeParam(metadata));
-    configUpdates->push_back(MakeParam(rates));
+    auto metadata = std::make_unique<C2StreamKvaMetadataInfo::input>();
+    metadata->payloadSize = Held(record.payloadSize, sizeof(record.payload));
+    metadata->flags = record.flags;
+    memcpy_s(metadata->payload, metadata->payloadSize, record.payload, metadata->payloadSize);
+    memcpy_s(metadata->further, sizeof(metadata->further), record.further, sizeof(record.further));
+    auto rates = std::make_unique<C2StreamKvaRatesTuning::input>();
+    rates->captureRate = record.captureRate;
+    rates->kvaRate = record.kvaRate;
+    LX2_LOGT("KVA Metadata: size %u capture rate %u kva rate %u flag %u", metadata->payloadSize,
+             rates->captureRate, rates->kvaRate, metadata->flags);
+    infos->push_back(std::move(metadata));
+    configUpdates->push_back(std::move(rates));
     LX2_LOGT("Get metadata: GET_KVA_METADATA suceeded");
     return true;
 }
@@ -96,17 +107,17 @@ bool FetchStatistics(void* handle, MetadataParams* infos) {
     StatisticsRecord record;
     if (!Get(handle, DisplayMetadataType::Statistics, &record))
         return false;
-    StatisticsParam param{};
-    param.word = record.header;
-    param.valid = record.valid;
-    std::copy(std::begin(record.tiles), std::end(record.tiles), param.tiles);
-    if (param.valid != 0)
+    auto param = std::make_unique<C2StreamCmpxStatisticsInfo::input>();
+    param->header = record.header;
+    param->valid = record.valid;
+    std::copy(std::begin(record.tiles), std::end(record.tiles), param->tiles);
+    if (param->valid != 0)
         LX2_LOGT(
             "cmpx stats: 32 Tile = %u 64 Tile = %u 96 Tile = %u128 Tile = %u 160 Tile = %u "
             "192 Tile = %u 256 Tile = %u\n",
-            param.tiles[0], param.tiles[1], param.tiles[2], param.tiles[3], param.tiles[4],
-            param.tiles[5], param.tiles[6]);
-    infos->push_back(MakeParam(param));
+            param->tiles[0], param->tiles[1], param->tiles[2], param->tiles[3], param->tiles[4],
+            param->tiles[5], param->tiles[6]);
+    infos->push_back(std::move(param));
     LX2_LOGT("Get metadata: GET_CMPX_CR_STATS_INFO suceeded");
     return true;
 }

@@ -1,5 +1,6 @@
 #include <lx2/LX2Buffer.h>
 #include <lx2/LX2GrallocBuffer.h>
+#include <lx2/LX2VendorParams.h>
 #include <lx2host/Framework.h>
 
 #include <cstring>
@@ -37,10 +38,9 @@ C2ColorAspectsStruct AsDisplayed(const C2ColorAspectsStruct& aspects) {
 
 // The time stamp that the display keeps: eight bytes behind another eight of the body.
 uint64_t TimestampOf(const Params& params) {
-    constexpr uint32_t kAvTimestamp = 0x72008015;
     for (const auto& param : params) {
         uint64_t timestamp = 0;
-        if (uint32_t{param->index()} == kAvTimestamp && param->size() == 24) {
+        if (uint32_t{param->index()} == kAvTimestampProduced && param->size() == 24) {
             memcpy(&timestamp, reinterpret_cast<const uint8_t*>(param.get()) + 16,
                    sizeof(timestamp));
             return timestamp;

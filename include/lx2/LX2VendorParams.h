@@ -1,0 +1,99 @@
+// The vendor's Codec 2.0 parameters of a buffer's display metadata, which the gralloc buffer's
+// getMetadata() and setMetadata() produce and take: indices, layouts, types. Numbers are
+// little-endian; what a field means beyond its name is the display stack's to say.
+#pragma once
+
+#include <lx2/C2Prelude.h>
+
+#include <C2Config.h>
+#include <C2Param.h>
+#include <C2ParamDef.h>
+#include <lx2/Export.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace lx2 {
+
+enum : uint32_t {
+    kParamIndexInterlace = C2Param::TYPE_INDEX_VENDOR_START + 0x0B,
+    kParamIndexAvTimestamp = C2Param::TYPE_INDEX_VENDOR_START + 0x15,
+    kParamIndexCmpxStatistics = C2Param::TYPE_INDEX_VENDOR_START + 0x20,
+    kParamIndexKvaMetadata = C2Param::TYPE_INDEX_VENDOR_START + 0x2E,
+    kParamIndexKvaRates = C2Param::TYPE_INDEX_VENDOR_START + 0x2F,
+    kParamIndexRefreshRate = C2Param::TYPE_INDEX_VENDOR_START + 0x35,
+    kParamIndexHdrDynamicMetadata = 0x1811,  // not a vendor's own
+};
+
+// The presentation time of the frame in a buffer.
+struct LX2_API C2AvTimestampStruct {
+    uint64_t reserved;   // 0
+    uint64_t timestamp;  // in the component's own units
+
+    DEFINE_C2STRUCT(AvTimestamp)
+} C2_PACK;
+// Asked for by the type of this one, and produced with an index that names no direction.
+using C2StreamAvTimestampTuning = C2StreamParam<C2Tuning, C2AvTimestampStruct>;
+constexpr uint32_t kAvTimestampProduced = 0x72008015;
+
+// Statistics of the compressed layout.
+struct LX2_API C2CmpxStatisticsStruct {
+    uint32_t header;
+    uint8_t valid;  // whether the counts are
+    uint8_t padding[3];
+    uint32_t tiles[7];  // of 32, 64, 96, 128, 160, 192 and 256 bytes
+
+    DEFINE_C2STRUCT(CmpxStatistics)
+} C2_PACK;
+using C2StreamCmpxStatisticsInfo = C2StreamParam<C2Info, C2CmpxStatisticsStruct>;
+
+// Data of the vision processor.
+struct LX2_API C2KvaMetadataStruct {
+    uint32_t payloadSize;  // bytes
+    uint8_t payload[1024];
+    uint32_t flags;
+    uint8_t further[32];
+
+    DEFINE_C2STRUCT(KvaMetadata)
+} C2_PACK;
+using C2StreamKvaMetadataInfo = C2StreamParam<C2Info, C2KvaMetadataStruct>;
+
+// Its frame rates.
+struct LX2_API C2KvaRatesStruct {
+    uint32_t captureRate;
+    uint32_t kvaRate;
+
+    DEFINE_C2STRUCT(KvaRates)
+} C2_PACK;
+using C2StreamKvaRatesTuning = C2StreamParam<C2Tuning, C2KvaRatesStruct>;
+
+// HDR dynamic metadata, as many bytes as the frame has.
+using C2StreamHdrDynamicMetadataInfo =
+    C2StreamParam<C2Info, C2BlobValue, kParamIndexHdrDynamicMetadata>;
+
+// Taken by setMetadata() as they are: a word at least of what the display stack defines.
+using C2StreamInterlaceInfo = C2StreamParam<C2Info, C2Uint32Value, kParamIndexInterlace>;
+using C2StreamRefreshRateInfo = C2StreamParam<C2Info, C2Uint32Value, kParamIndexRefreshRate>;
+
+// As the display stack's other users have them: offsets from the parameter's start, less the eight
+// bytes of its header.
+static_assert(C2StreamAvTimestampTuning::input::PARAM_TYPE == 0x42008015);
+static_assert(sizeof(C2StreamAvTimestampTuning::input) == 24);
+static_assert(offsetof(C2AvTimestampStruct, timestamp) == 16 - 8);
+static_assert(C2StreamCmpxStatisticsInfo::input::PARAM_TYPE == 0xC2008020);
+static_assert(sizeof(C2StreamCmpxStatisticsInfo::input) == 44);
+static_assert(offsetof(C2CmpxStatisticsStruct, valid) == 12 - 8);
+static_assert(offsetof(C2CmpxStatisticsStruct, tiles) == 16 - 8);
+static_assert(C2StreamKvaMetadataInfo::input::PARAM_TYPE == 0xC200802E);
+static_assert(sizeof(C2StreamKvaMetadataInfo::input) == 1072);
+static_assert(offsetof(C2KvaMetadataStruct, payload) == 12 - 8);
+static_assert(offsetof(C2KvaMetadataStruct, flags) == 1036 - 8);
+static_assert(offsetof(C2KvaMetadataStruct, further) == 1040 - 8);
+static_assert(C2StreamKvaRatesTuning::input::PARAM_TYPE == 0x4200802F);
+static_assert(sizeof(C2StreamKvaRatesTuning::input) == 16);
+static_assert(C2StreamHdrDynamicMetadataInfo::input::PARAM_TYPE == 0xC2011811);
+static_assert(C2StreamInterlaceInfo::output::PARAM_TYPE == 0xD200800B);
+static_assert(C2StreamRefreshRateInfo::output::PARAM_TYPE == 0xD2008035);
+
+}  // namespace lx2
