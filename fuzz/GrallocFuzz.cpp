@@ -12,7 +12,7 @@
 // A handle with less than two descriptors leaves its unwrapped copy behind, as is wanted. The
 // second name is for when the compiler made the call at the end of the first a jump.
 extern "C" const char* __lsan_default_suppressions() {
-    return "leak:android::UnwrapNativeCodec2GrallocHandle\nleak:Resized\n";
+    return "leak:lx2::LX2GrallocBuffer::LX2GrallocBuffer\n";
 }
 
 namespace lx2::fuzz {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <map>
 #include <mutex>
+#include <new>
 
 namespace lx2::host {
 
@@ -77,6 +78,18 @@ void Forget(const void* start, size_t length) {
     }
 }
 
+// Runs what keeps the books of a mapping, whose caller expects no exception.
+template <typename Action>
+bool Done(Action action) noexcept {
+    try {
+        action();
+        return true;
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        return false;
+    }
+}
+
 void* Map(void* address, size_t length, int protection, int flags, int fd, off_t offset) {
     struct stat memory {};
     const bool dmaBuf = fd >= 0 && (flags & MAP_ANONYMOUS) == 0 && IsDmaBuf(fd);
@@ -90,12 +103,16 @@ void* Map(void* address, size_t length, int protection, int flags, int fd, off_t
         }
         flags |= MAP_POPULATE;
     }
-    if ((flags & MAP_FIXED) != 0)
-        Forget(address, length);
+    if ((flags & MAP_FIXED) != 0 && !Done([&] { Forget(address, length); }))
+        return MAP_FAILED;
     void* mapped =
         reinterpret_cast<void*>(syscall(SYS_mmap, address, length, protection, flags, fd, offset));
-    if (dmaBuf && mapped != MAP_FAILED)
-        Remember(mapped, length, memory, offset);
+    if (dmaBuf && mapped != MAP_FAILED &&
+        !Done([&] { Remember(mapped, length, memory, offset); })) {
+        syscall(SYS_munmap, mapped, length);
+        errno = ENOMEM;
+        return MAP_FAILED;
+    }
     return mapped;
 }
 
@@ -135,7 +152,9 @@ LX2_HOST_API void* mmap64(void* address, size_t length, int protection, int flag
 }
 
 LX2_HOST_API int munmap(void* address, size_t length) noexcept {
-    lx2::host::Forget(address, length);  // first: the addresses may be another's right after
+    // First: the addresses may be another's right after.
+    if (!lx2::host::Done([&] { lx2::host::Forget(address, length); }))
+        return -1;
     return static_cast<int>(syscall(SYS_munmap, address, length));
 }
 

@@ -120,7 +120,7 @@ void PlaneLayout::read(const uint8_t* frame, uint32_t row, uint8_t* values) cons
     const uint8_t* from = frame + byteAt(0, row);
     switch (tileBytes) {
         case 0:
-            memcpy(values, from, rowBytes());
+            std::copy_n(from, rowBytes(), values);  // of one column no chroma: none
             break;
         case 32:
             Gather<32>(from, values, rowBytes());
@@ -135,7 +135,7 @@ void PlaneLayout::write(uint8_t* frame, uint32_t row, const uint8_t* values) con
     uint8_t* to = frame + byteAt(0, row);
     switch (tileBytes) {
         case 0:
-            memcpy(to, values, rowBytes());
+            std::copy_n(values, rowBytes(), to);
             break;
         case 32:
             Scatter<32>(values, to, rowBytes());
