@@ -103,7 +103,7 @@ LX2Status LX2FileDump::Impl::writeGraphic(Graphic* view) {
 
 LX2Status LX2FileDump::Impl::dumpGraphicUnCompressed(const Graphic* view) {
     const auto mapping = view->mapInternal(false);
-    if (mapping == nullptr || mapping->data() == nullptr)
+    if (!LX2Buffer::Mapping::IsUsable(mapping))
         return LX2_ERROR;
     const FramePlanes rows = RowsOf(*view);
     for (const FramePlane& plane : rows)
@@ -117,7 +117,7 @@ LX2Status LX2FileDump::Impl::dumpGraphicUnCompressed(const Graphic* view) {
 
 LX2Status LX2FileDump::Impl::dumpGraphicCompressed(const Graphic* view) {
     const auto mapping = view->mapInternal(false);
-    if (mapping == nullptr || mapping->data() == nullptr)
+    if (!LX2Buffer::Mapping::IsUsable(mapping))
         return LX2_ERROR;
     const uint64_t frame = Platform::MirelBufferLayout::CompressedFrameSize(
         view->format(), view->width(), view->height());

@@ -59,7 +59,7 @@ IVFFrameHeader LX2FileDump::Impl::ivfFrameHeader(uint32_t size, uint32_t frameCo
 
 LX2Status LX2FileDump::Impl::dumpLinear(const LX2Buffer::Linear* view) {
     const auto mapping = view->mapInternal(false);
-    if (mapping == nullptr || mapping->data() == nullptr)
+    if (!LX2Buffer::Mapping::IsUsable(mapping))
         return LX2_ERROR;
     if (mIvfVersion != 0 && mFrameCount == 0)
         dumpStreamHeader();

@@ -15,9 +15,12 @@ constexpr LogModule kLog{"LX2GrallocUtils", LogGroup::Gralloc};
 // The first row of a key holds. The further rows of a key say what else it may stand for, which
 // depends on the primaries and is settled in the conversion.
 
+// The maps are there before anything else of the library runs, whatever order it was linked in.
+#define LX2_BUILT_FIRST __attribute__((init_priority(200)))
+
 // RP431 and the two values after it are paired with what the display stack takes for them, whatever
 // its names say. Those two are numbers: which of them EBU3213 names differs between platforms.
-const std::unordered_map<C2Color::primaries_t, lxd::ColorPrimaries>
+LX2_BUILT_FIRST const std::unordered_map<C2Color::primaries_t, lxd::ColorPrimaries>
     LX2GrallocMetadataTranslater::kC2ToDispPrimariesMap{
         {C2Color::PRIMARIES_UNSPECIFIED, lxd::ColorPrimaries_Unspecified},
         {C2Color::PRIMARIES_BT709, lxd::ColorPrimaries_BT709_5},
@@ -32,7 +35,7 @@ const std::unordered_map<C2Color::primaries_t, lxd::ColorPrimaries>
         {C2Color::PRIMARIES_OTHER, lxd::ColorPrimaries_Max},
     };
 
-const std::unordered_map<C2Color::matrix_t, lxd::MatrixCoEfficients>
+LX2_BUILT_FIRST const std::unordered_map<C2Color::matrix_t, lxd::MatrixCoEfficients>
     LX2GrallocMetadataTranslater::kC2ToDispMatrixMap{
         {C2Color::MATRIX_UNSPECIFIED, lxd::MatrixCoEff_Unspecified},
         {C2Color::MATRIX_BT709, lxd::MatrixCoEff_BT709_5},
@@ -45,7 +48,7 @@ const std::unordered_map<C2Color::matrix_t, lxd::MatrixCoEfficients>
         {C2Color::MATRIX_OTHER, lxd::MatrixCoEff_Max},
     };
 
-const std::unordered_map<C2Color::transfer_t, lxd::GammaTransfer>
+LX2_BUILT_FIRST const std::unordered_map<C2Color::transfer_t, lxd::GammaTransfer>
     LX2GrallocMetadataTranslater::kC2ToDispTransferMap{
         {C2Color::TRANSFER_UNSPECIFIED, lxd::Transfer_Unspecified},
         {C2Color::TRANSFER_LINEAR, lxd::Transfer_Linear},
@@ -64,7 +67,7 @@ const std::unordered_map<C2Color::transfer_t, lxd::GammaTransfer>
         {C2Color::TRANSFER_OTHER, lxd::Transfer_Max},
     };
 
-const std::unordered_map<C2Color::range_t, lxd::ColorRange>
+LX2_BUILT_FIRST const std::unordered_map<C2Color::range_t, lxd::ColorRange>
     LX2GrallocMetadataTranslater::kC2ToDispRangeMap{
         {C2Color::RANGE_UNSPECIFIED, lxd::Range_Limited},
         {C2Color::RANGE_FULL, lxd::Range_Full},
