@@ -44,6 +44,7 @@ for sample in avc.264 avc_crop.264 hevc.265 vp8.ivf vp9.ivf; do
         same_pictures "$samples/$sample" "$work/$sample/bitstream.${sample##*.}"
     check "$sample: buffers were recycled" silent_about "$sample" 'recycled +0$'
     check "$sample: nothing is left open" says "$sample" "nothing is left open"
+    check "$sample: no HDR is made up" silent_about "$sample" '^  color .* R\('
     check "$sample: the log has a line for each frame" \
         test "$(grep -c ' : out Gfx{' "$work/$sample/component.log")" -eq \
         "$(sed -n 's/^  frames  *\([0-9]*\)$/\1/p' "$work/$sample.txt")"

@@ -87,7 +87,7 @@ float Number(AVRational value) {
 }
 
 C2ColorXyStruct Point(const AVRational (&xy)[2]) {
-    C2ColorXyStruct point;
+    C2ColorXyStruct point{};
     point.x = Number(xy[0]);
     point.y = Number(xy[1]);
     return point;
@@ -98,7 +98,7 @@ std::optional<C2HdrStaticMetadataStruct> HdrOf(const AVFrame& frame) {
     const auto* light = av_frame_get_side_data(&frame, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL);
     if (display == nullptr && light == nullptr)
         return std::nullopt;
-    C2HdrStaticMetadataStruct hdr;
+    C2HdrStaticMetadataStruct hdr{};
     if (display != nullptr) {
         const auto& mastering = *reinterpret_cast<const AVMasteringDisplayMetadata*>(display->data);
         if (mastering.has_primaries != 0) {

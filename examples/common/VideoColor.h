@@ -21,7 +21,7 @@ struct CodedColor {
 // What the client configured for streams that are silent, and for VP8 and VP9.
 struct DefaultColor {
     C2ColorAspectsStruct aspects;
-    C2HdrStaticMetadataStruct hdr;
+    C2HdrStaticMetadataStruct hdr{};
 };
 
 // The infos for a buffer's display metadata: color aspects, and HDR static info where there is one.
