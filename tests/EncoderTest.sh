@@ -103,7 +103,7 @@ for layout in nv12 yv12; do
     check "raw $layout: near the input" near raw_$layout ref.y4m 30
 done
 for size in 175x143 1x1 2x17; do
-    make odd.y4m $size yuv420p 3
+    make odd.y4m 176x144 yuv420p 3 -vf scale=${size/x/:}
     check "a size of $size" encode odd odd.y4m
     check "a size of $size: as many frames" test "$(number odd "frames decoded again")" -eq 3
 done

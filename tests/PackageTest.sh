@@ -2,7 +2,7 @@
 # The installed package: the decoder built outside the tree with find_package alone, and a small
 # program with find_package, by clang too where it is installed, and with pkg-config. The package asks
 # for C++17 itself, with a compiler that starts out from an older one.
-# PackageTest.sh <build folder> <source folder> <compiler flags>
+# PackageTest.sh <build folder> <source folder> <linker flags>
 set -euo pipefail
 build=$1
 source=$2
@@ -16,8 +16,8 @@ quiet() { "$@" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }; }
 quiet cmake --install "$build" --prefix "$work/prefix"
 cp -r "$source/examples" "$work/examples"
 
-quiet cmake -S "$work/examples/decoder" -B "$work/decoder" -G Ninja \
-    -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_FLAGS="-std=gnu++14 $flags"
+quiet cmake -S "$work/examples/decoder" -B "$work/decoder" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
+    -DCMAKE_CXX_FLAGS=-std=gnu++14 -DCMAKE_EXE_LINKER_FLAGS="$flags"
 quiet cmake --build "$work/decoder"
 "$work/decoder/lx2_decoder" "$work/examples/samples/vp9.ivf" 2>/dev/null | grep "nothing is left open"
 

@@ -15,7 +15,7 @@
 #include <cstring>
 #include <map>
 
-#include "AnnexB.h"
+#include "../common/AnnexB.h"
 
 namespace lx2::example {
 namespace {
