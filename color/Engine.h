@@ -75,7 +75,7 @@ class LX2ColorConverter::Engine {
 
     bool bind();
     bool resolve();
-    void setSide(const Format& from, bool isSource);
+    static void setSide(Side* side, const Format& from);
     int32_t createSurface(Side* side, uint32_t type);
     int32_t updateSurface(const Side& side, uint32_t type);
     void destroySurface(Side* side);
@@ -89,15 +89,16 @@ class LX2ColorConverter::Engine {
     std::mutex mLock;
     bool mEnabled = true;
     bool mConfigured = false;
+    // Closed once the sides are gone, the blit library first.
+    Library mUtilityLibrary;
+    gpuutility::AlignFunction mAlign = nullptr;
+    Library mBlitLibrary;
+    blit::EntryPoints mBlit;
+
     blit::BlitObject mObject{};
     Side mSrc{blit::kSourceBits, "src"};
     Side mDst{blit::kTargetBits, "dst"};
     uint32_t mSrcStride = 0;  // pixels; 0: the format's own
-
-    Library mBlitLibrary;
-    blit::EntryPoints mBlit;
-    Library mUtilityLibrary;
-    gpuutility::AlignFunction mAlign = nullptr;
 };
 
 }  // namespace lx2

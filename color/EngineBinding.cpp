@@ -25,8 +25,6 @@ LX2ColorConverter::Engine::Engine() {
 LX2ColorConverter::Engine::~Engine() {
     destroySurface(&mSrc);
     destroySurface(&mDst);
-    mBlitLibrary.reset();
-    mUtilityLibrary.reset();
 }
 
 bool LX2ColorConverter::Engine::bind() {

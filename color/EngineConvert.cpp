@@ -32,8 +32,12 @@ int32_t LX2ColorConverter::Engine::configure(const Format& src, const Format& ds
         return -1;
     }
     mSrcStride = src.stride;
-    setSide(src, true);
-    setSide(dst, false);
+    setSide(&mSrc, src);
+    setSide(&mDst, dst);
+    mSrc.size = calcSize(src.format, src.width, src.height, true);
+    mDst.size = calcSize(dst.format, dst.width, dst.height, false);
+    mSrc.lumaSize = calcYSize(src.format, src.width, src.height);
+    mDst.lumaSize = calcYSize(dst.format, dst.width, dst.height);
     const int32_t srcStatus = getDummySurfaceDef(src.format, src.width, src.height, true);
     const int32_t dstStatus = getDummySurfaceDef(dst.format, dst.width, dst.height, false);
     if (srcStatus != 0 || dstStatus != 0) {
@@ -47,13 +51,10 @@ int32_t LX2ColorConverter::Engine::configure(const Format& src, const Format& ds
     return 0;
 }
 
-void LX2ColorConverter::Engine::setSide(const Format& from, bool isSource) {
-    Side& to = side(isSource);
-    to.width = from.width;
-    to.height = from.height;
-    to.format = from.format;
-    to.size = calcSize(from.format, from.width, from.height, isSource);
-    to.lumaSize = calcYSize(from.format, from.width, from.height);
+void LX2ColorConverter::Engine::setSide(Side* side, const Format& from) {
+    side->width = from.width;
+    side->height = from.height;
+    side->format = from.format;
 }
 
 void LX2ColorConverter::Engine::fillBlitObject() {

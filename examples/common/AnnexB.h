@@ -31,10 +31,10 @@ struct AccessUnit {
 };
 
 struct ByteStream {
-    VideoCodec codec;
+    VideoCodec codec = VideoCodec::Avc;
     std::vector<uint8_t> bytes;  // the stream, and one byte that the scanner may read behind it
-    uint32_t size;               // of the stream
-    uint32_t widened;            // start codes that the file had in three bytes and we in four
+    uint32_t size = 0;           // of the stream
+    uint32_t widened = 0;        // start codes that the file had in three bytes and we in four
     std::vector<AccessUnit> accessUnits;
     std::string note;  // what looks as if the stream were cut short, yet need not be so
 };

@@ -35,8 +35,11 @@ std::string ReadFile(const std::string& path, std::vector<uint8_t>* bytes) {
     // Without waiting, since the open of a pipe without a writer would wait for one.
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     const std::unique_ptr<FILE, int (*)(FILE*)> file(fd >= 0 ? fdopen(fd, "rb") : nullptr, fclose);
-    if (file == nullptr)
-        return std::string("cannot be opened: ") + strerror(errno);
+    if (file == nullptr) {
+        const std::string why = strerror(errno);
+        close(fd);
+        return "cannot be opened: " + why;
+    }
     const std::string offence = Look(fd);
     if (!offence.empty())
         return offence;

@@ -71,11 +71,11 @@ class VideoHardware {
     };
     uint64_t takeTimestamp();
 
+    std::string mComplaint;  // what libavcodec says beside its statuses, to its very end
     std::unique_ptr<AVCodecContext, Free> mContext;
     std::unique_ptr<AVFrame, Free> mFrame;
     std::unique_ptr<AVPacket, Free> mPacket;
     std::multiset<uint64_t> mTimestamps;  // of the pictures that went in and have not come out
-    std::string mComplaint;               // what libavcodec says beside its statuses
     bool mRefuses = false;
 };
 

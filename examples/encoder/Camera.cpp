@@ -30,18 +30,18 @@ void PutRow(const uint16_t* samples, size_t count, size_t step, uint8_t* row) {
 }
 
 // False if the rows reach beyond the memory.
-bool Write(const host::Frame& frame, const LX2Buffer::Graphic& view, const LX2Buffer::Bytes& to) {
-    const FramePlanes planes = view.planes();
-    if (!to || planes.count < 2 || planes.size() > to.size)
+bool Write(const host::Frame& frame, const FramePlanes& planes,
+           const std::unique_ptr<LX2Buffer::Mapping>& to) {
+    if (!LX2Buffer::Mapping::IsUsable(to) || planes.count < 2 || planes.size() > to->size())
         return false;
     const bool pairs = planes.count == 2;
     const uint32_t chroma = frame.chromaWidth();
     for (uint64_t y = 0; y < planes[0].rows; ++y)
         PutRow(&frame.y[y * frame.width], frame.width, 1,
-               to.data + planes[0].offset + y * planes[0].pitch);
+               to->data() + planes[0].offset + y * planes[0].pitch);
     for (uint64_t y = 0; y < planes[1].rows; ++y) {
-        uint8_t* first = to.data + planes[1].offset + y * planes[1].pitch;
-        uint8_t* second = pairs ? first + 1 : to.data + planes[2].offset + y * planes[2].pitch;
+        uint8_t* first = to->data() + planes[1].offset + y * planes[1].pitch;
+        uint8_t* second = pairs ? first + 1 : to->data() + planes[2].offset + y * planes[2].pitch;
         // YV12 has Cr before Cb.
         PutRow(&(pairs ? frame.cb : frame.cr)[y * chroma], chroma, pairs ? 2 : 1, first);
         PutRow(&(pairs ? frame.cr : frame.cb)[y * chroma], chroma, pairs ? 2 : 1, second);
@@ -68,7 +68,7 @@ std::shared_ptr<C2Buffer> Camera::shoot(const host::Frame& frame, uint64_t times
         return nullptr;
     }
     LX2Buffer::Graphic* view = written->graphic();
-    if (auto mapping = view->map(); !Write(frame, *view, view->bytes(mapping))) {
+    if (const auto mapping = view->map(); !Write(frame, view->planes(), mapping)) {
         *error = "the buffer can't be written";
         return nullptr;
     }

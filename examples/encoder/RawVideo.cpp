@@ -83,7 +83,7 @@ std::string RawVideo::cutY4m() {
             break;
         const auto body = std::find(line, mBytes.end(), '\n');
         const size_t number = mOffsets.size();
-        if (std::string(line, std::min(line + 5, mBytes.end())) != "FRAME")
+        if (std::string(line, body).rfind("FRAME", 0) != 0)
             return "no FRAME line before frame " + std::to_string(number);
         const uint64_t left = body == mBytes.end() ? 0 : mBytes.end() - body - 1;
         if (left < size)

@@ -152,8 +152,10 @@ LX2_HOST_API void* mmap64(void* address, size_t length, int protection, int flag
 }
 
 LX2_HOST_API int munmap(void* address, size_t length) noexcept {
-    // First: the addresses may be another's right after.
-    if (!lx2::host::Done([&] { lx2::host::Forget(address, length); }))
+    // First: the addresses may be another's right after. What is no stretch of pages is refused
+    // below.
+    const bool pages = length != 0 && reinterpret_cast<uintptr_t>(address) % lx2::host::kPage == 0;
+    if (pages && !lx2::host::Done([&] { lx2::host::Forget(address, length); }))
         return -1;
     return static_cast<int>(syscall(SYS_munmap, address, length));
 }

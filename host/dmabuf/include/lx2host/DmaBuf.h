@@ -40,6 +40,7 @@ LX2_HOST_API void ResetSyncCounts();
 
 // Sees each synchronisation of a DMA-BUF with its dma_buf_sync flags and gives the result: 0, or an
 // errno value that the caller then finds the request failed with. An empty one always succeeds.
+// Called under a lock: it must neither synchronise or map a DMA-BUF nor call what is above.
 using SyncHook = std::function<int(int fd, uint64_t flags)>;
 LX2_HOST_API void SetSyncHook(SyncHook hook);
 
