@@ -2,8 +2,7 @@
 //
 // The plain form looks at each position and says what is right. The fast form gives the same
 // answer; it passes over groups of positions while no start code can lie there. Both look at the
-// positions [from, end) and read no byte behind buf[end + 2], the last one of a start code of four
-// bytes at end - 1.
+// positions [from, end) and read no byte behind the last one of a start code at end - 1.
 #pragma once
 
 #include <algorithm>

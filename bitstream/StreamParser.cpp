@@ -115,10 +115,7 @@ uint32_t _FindStartCode(const uint8_t* buf, uint32_t size, uint32_t from, uint32
     if (buf == nullptr || size < kShortSize)
         return size;
     const size_t end = size - kShortSize + 1;
-    // The fast scan may read the byte behind a short code, which at the end is not the caller's.
-    size_t found = startcode::Find<startcode::IsShort>(buf, from, end - 1);
-    if (found + 1 >= end)
-        found = startcode::FindPlain<startcode::IsShort>(buf, std::max<size_t>(from, end - 1), end);
+    const size_t found = startcode::Find<startcode::IsShort>(buf, from, end);
     if (found >= end)
         return size;
     const bool isLong = found > from && buf[found - 1] == 0;

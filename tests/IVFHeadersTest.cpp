@@ -43,15 +43,15 @@ TEST_F(IVFHeadersTest, AnyBytesAreReadAsAStreamHeader) {
 TEST_F(IVFHeadersTest, FrameHeaderWritesAWideTimestampAndReadsItsLowerHalf) {
     IVFFrameHeader frame;
     frame.frameSize = 0x01020304;
-    frame.timestamp = (1ull << 32) + 5;
+    frame.timestamp = (1ull << 32) + 0x80000005;
     auto bytes = std::make_unique<uint8_t[]>(3);  // replaced; the leak checker sees to the old one
     ASSERT_EQ(frame.toBytes(&bytes), 12u);
     EXPECT_THAT(std::vector<uint8_t>(&bytes[0], &bytes[12]),
-                ElementsAre(4, 3, 2, 1, 5, 0, 0, 0, 1, 0, 0, 0));
+                ElementsAre(4, 3, 2, 1, 5, 0, 0, 0x80, 1, 0, 0, 0));
     const auto back = IVFFrameHeader::FromBytes(12, bytes.get());
     ASSERT_NE(back, nullptr);
     EXPECT_EQ(back->frameSize, 0x01020304u);
-    EXPECT_EQ(back->timestamp, 5u);
+    EXPECT_EQ(back->timestamp, 0x80000005u);
 }
 
 TEST_F(IVFHeadersTest, RefusesAMissingTargetAndTooFewBytes) {

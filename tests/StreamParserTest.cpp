@@ -26,6 +26,13 @@ Bytes Unit(uint16_t word, size_t total) {
     return unit;
 }
 
+// Exactly the bytes, under the address checker.
+std::unique_ptr<uint8_t[]> Tight(const Bytes& bytes) {
+    std::unique_ptr<uint8_t[]> tight(new uint8_t[bytes.size()]);
+    std::copy(bytes.begin(), bytes.end(), tight.get());
+    return tight;
+}
+
 Bytes Join(std::initializer_list<Bytes> units) {
     Bytes all;
     for (const Bytes& unit : units)
@@ -66,13 +73,11 @@ Walk FindHeaders(const Bytes& bytes) {
 using Avc = LX2AVCStreamParser;
 using Hevc = LX2HEVCStreamParser;
 
-// The fast scan's answers are the plain one's, from every start in a vector, in an allocation that
-// ends with the last byte that may be read.
+// The fast scan's answers are the plain one's, from every start in a vector.
 template <startcode::Test kIsCode>
-void ExpectSameScan(const Bytes& bytes) {
-    const std::unique_ptr<uint8_t[]> tight(new uint8_t[bytes.size()]);
-    std::copy(bytes.begin(), bytes.end(), tight.get());
-    const size_t end = bytes.size() - 3;
+void ExpectSameScan(const Bytes& bytes, size_t codeSize) {
+    const auto tight = Tight(bytes);
+    const size_t end = bytes.size() - codeSize + 1;
     for (size_t from = 0; from < std::min<size_t>(33, end); ++from)
         ASSERT_EQ(startcode::Find<kIsCode>(tight.get(), from, end),
                   startcode::FindPlain<kIsCode>(tight.get(), from, end))
@@ -86,8 +91,8 @@ TEST(StartCodeScanTest, FastFormAnswersLikeThePlainOne) {
             Bytes bytes(length);
             for (uint8_t& byte : bytes)
                 byte = random() % 64 == 0 ? 0 : random() % alphabet;
-            ExpectSameScan<startcode::IsLong>(bytes);
-            ExpectSameScan<startcode::IsShort>(bytes);
+            ExpectSameScan<startcode::IsLong>(bytes, 4);
+            ExpectSameScan<startcode::IsShort>(bytes, 3);
         }
 }
 
@@ -219,10 +224,8 @@ TEST_F(StreamParserTest, TouchesNothingBehindTheStartCodeThatEndsTheHeaders) {
     // No byte of storage behind the buffer: the second unit's length reaches beyond it, but the
     // code that ends that unit is found before.
     const Bytes bytes = Join({Unit(0x6742, 90), Unit(0x68CE, 96), Unit(0x6588, 6)});
-    const std::unique_ptr<uint8_t[]> tight(new uint8_t[bytes.size()]);
-    std::copy(bytes.begin(), bytes.end(), tight.get());
     uint32_t size = 0;
-    EXPECT_EQ(Avc::FindHeaders(tight.get(), bytes.size(), &size), C2_OK);
+    EXPECT_EQ(Avc::FindHeaders(Tight(bytes).get(), bytes.size(), &size), C2_OK);
     EXPECT_EQ(size, 186u);
 }
 
@@ -250,13 +253,6 @@ TEST_F(StreamParserTest, LogsWhatTheLevelLetsThrough) {
     gC2LogLevel = kDebug;
     FindHeaders<Hevc>(Unit(0x2601, 50));
     EXPECT_EQ(log.take().back(), Debug(kTag, "No header detected!"));
-}
-
-// Exactly the bytes, under the address checker.
-std::unique_ptr<uint8_t[]> Tight(const Bytes& bytes) {
-    std::unique_ptr<uint8_t[]> tight(new uint8_t[bytes.size()]);
-    std::copy(bytes.begin(), bytes.end(), tight.get());
-    return tight;
 }
 
 TEST_F(StreamParserTest, WalksUnitsUnderBothStartCodes) {
@@ -295,6 +291,10 @@ TEST_F(StreamParserTest, WalksUnitsUnderBothStartCodes) {
         EXPECT_EQ(places(LX2NalUnits<Hevc>(tight.get(), size)), row.hevc) << row.what;
     }
     EXPECT_THAT(places(LX2NalUnits<Avc>(nullptr, 9)), IsEmpty());
+    uint32_t code = 0;
+    EXPECT_EQ(_FindStartCode(rows[0].bytes.data(), 9, 3, &code), 3u)
+        << "what lies before is not asked";
+    EXPECT_EQ(code, 3u);
 }
 
 TEST_F(StreamParserTest, CodecConfigIsNeverMoreThanTheBuffer) {
