@@ -2,7 +2,6 @@
 
 #include <C2ParamInternal.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -37,16 +36,15 @@ std::unique_ptr<C2Param> AllocateParam(uint64_t size, uint32_t index) {
     return std::unique_ptr<C2Param>(static_cast<C2Param*>(memory));
 }
 
-// Puts a longer parameter into the slot; tells whether it could. Of the body only what lies before
-// keep is taken over: the field that grows is the last one.
-bool Grow(std::unique_ptr<C2Param>* slot, uint64_t keep, uint64_t size) {
+// Puts a longer parameter with the old one's body into the slot; tells whether it could.
+bool Grow(std::unique_ptr<C2Param>* slot, uint64_t size) {
     C2Param* old = slot->get();
     std::unique_ptr<C2Param> grown = AllocateParam(size, old->index());
     if (grown == nullptr)
         return false;
-    const uint64_t end = std::min<uint64_t>(keep, old->size());
-    if (end > kHeaderSize)
-        memcpy(BytesOf(grown.get()) + kHeaderSize, BytesOf(old) + kHeaderSize, end - kHeaderSize);
+    if (old->size() > kHeaderSize)
+        memcpy(BytesOf(grown.get()) + kHeaderSize, BytesOf(old) + kHeaderSize,
+               old->size() - kHeaderSize);
     *slot = std::move(grown);
     return true;
 }
@@ -65,7 +63,7 @@ void WriteToEnd(std::unique_ptr<C2Param>* slot, uint64_t offset, const void* val
     const uint64_t needed = offset + size;
     C2Param* param = slot->get();
     if (needed > param->size()) {
-        if (offset > kMaxParamSize || kMaxParamSize - offset < size || !Grow(slot, offset, needed))
+        if (offset > kMaxParamSize || kMaxParamSize - offset < size || !Grow(slot, needed))
             return;
     } else if (needed < param->size() && *param && needed >= kHeaderSize) {
         ShrinkInPlace(param, needed);
