@@ -1,6 +1,8 @@
-// The stand-in hardware: how frames lie in memory, how it reaches that memory, and what the blitter
-// must refuse.
+// The stand-in hardware: how frames lie in memory, how it reaches that memory, what a buffer's
+// metadata is, and what the blitter must refuse.
+#include <C2AllocatorGralloc.h>
 #include <lx2/PixFormat.h>
+#include <lx2host/DisplayMetadata.h>
 #include <lx2host/FrameLayout.h>
 #include <lx2host/HardwareMemory.h>
 #include <lx2host/VideoCore.h>
@@ -19,15 +21,6 @@
 
 namespace lx2::test {
 namespace {
-
-constexpr uint32_t kFormats[] = {PixFormat::RGBA8888,
-                                 PixFormat::RGBA8888_CMPX,
-                                 PixFormat::I420,
-                                 PixFormat::NV12,
-                                 PixFormat::YV12,
-                                 PixFormat::MIREL_NV12,
-                                 PixFormat::MIREL_NV12_CMPX,
-                                 PixFormat::MIREL_TP10};
 
 // Writes noise row by row in Values and checks it, value by value, where the description has it.
 template <typename Value>
@@ -64,12 +57,13 @@ void ExpectRowsWhereDescribed(const host::PlaneLayout& plane, std::vector<uint8_
 }
 
 TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
-    for (uint32_t format : kFormats) {
-        for (const auto& [width, height] :
-             {std::pair(1u, 1u), {3u, 5u}, {33u, 9u}, {49u, 17u}, {200u, 131u}}) {
+    const std::pair<uint32_t, uint32_t> sizes[] = {{1, 1}, {3, 5}, {33, 9}, {49, 17}, {200, 131}};
+    for (uint32_t format : {PixFormat::RGBA8888, PixFormat::RGBA8888_CMPX, PixFormat::I420,
+                            PixFormat::NV12, PixFormat::YV12, PixFormat::MIREL_NV12,
+                            PixFormat::MIREL_NV12_CMPX, PixFormat::MIREL_TP10}) {
+        for (const auto& [width, height] : sizes) {
             SCOPED_TRACE(std::string(PixFormat::Str(format)) + " " + std::to_string(width));
             const auto layout = host::LayoutOf(format, width, height);
-            ASSERT_TRUE(layout);
             const uint64_t size = host::AllocationOf(format, width, height).size;
             std::vector<uint8_t> memory(size, 0xEE), taken(size);
             ASSERT_LE(layout->end(), size);
@@ -114,27 +108,54 @@ TEST(FrameLayoutTest, PutsSamplesWhereTheTilingsSay) {
             << PixFormat::Str(row.format) << " plane " << row.plane;
 }
 
-bool IsAnyMapped() {
-    std::ifstream maps("/proc/self/maps");
-    const std::string text{std::istreambuf_iterator<char>(maps), {}};
-    return text.find("lx2-dmabuf") != text.npos;
-}
-
 TEST(VideoCoreTest, KeepsOneMappingWhileAnyoneHoldsTheMemory) {
     const host::Frame frame = host::TestFrame(200, 130, 10, 3);
-    for (uint32_t format : {PixFormat::MIREL_TP10, PixFormat::MIREL_NV12_CMPX}) {
-        const auto block = GraphicBlock(200, 130, format);
+    {
+        const auto block = GraphicBlock(200, 130, PixFormat::MIREL_TP10);
         auto buffer = std::make_shared<LX2Buffer>(block);
-        EXPECT_TRUE(host::WriteFrame(buffer->graphic()->fd(), 0, format, frame.view()));
         const int fd = block->handle()->data[0];
+        EXPECT_TRUE(
+            host::WriteFrame(buffer->graphic()->fd(), 0, PixFormat::MIREL_TP10, frame.view()));
         const auto* data = host::HardwareMemory::Of(fd)->data();
         buffer.reset();
         EXPECT_EQ(host::HardwareMemory::Of(fd)->data(), data);
-        const auto read = host::ReadFrame(fd, 0, format, 200, 130);
-        EXPECT_TRUE(read && *read == frame.withBitDepth(read->bitDepth));
-        EXPECT_FALSE(host::ReadFrame(fd, 1 << 16, format, 200, 130)) << "beyond the end";
+        const auto read = host::ReadFrame(fd, 0, PixFormat::MIREL_TP10, 200, 130);
+        EXPECT_TRUE(read && *read == frame);
+        EXPECT_FALSE(host::ReadFrame(fd, 1 << 16, PixFormat::MIREL_TP10, 200, 130)) << "the end";
     }
-    EXPECT_FALSE(IsAnyMapped());
+    std::ifstream maps("/proc/self/maps");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(maps), {}).find("lx2-dmabuf"),
+              std::string::npos);
+}
+
+TEST(DisplayMetadataTest, KeepsEachKindApartForEveryImport) {
+    const std::pair<int, size_t> kinds[] = {{1, 8},   {2, 2804}, {4, 4},
+                                            {64, 36}, {256, 4},  {0x10000, 1072}};
+    const auto allocation = host::AllocateGraphic(64, 64, PixFormat::NV12, 0);
+    const auto other = host::AllocateGraphic(64, 64, PixFormat::NV12, 0);
+    native_handle_t* handle = android::UnwrapNativeCodec2GrallocHandle(allocation->handle());
+    native_handle_t* unset = android::UnwrapNativeCodec2GrallocHandle(other->handle());
+    std::vector<uint8_t> data(4096);
+    for (const auto& [type, size] : kinds) {
+        EXPECT_EQ(getMetaDataAndUnmap(handle, type, data.data()), -ENODATA) << type;
+        std::vector<uint8_t> value(size, static_cast<uint8_t>(size + 1));
+        EXPECT_EQ(setMetaDataAndUnmap(handle, type, value.data()), 0) << type;
+    }
+    for (const auto& [type, size] : kinds) {
+        EXPECT_EQ(getMetaDataAndUnmap(unset, type, data.data()), -ENODATA) << type;
+        std::vector<uint8_t> expected(size, static_cast<uint8_t>(size + 1));
+        expected.resize(4096);
+        data.assign(4096, 0);
+        EXPECT_EQ(getMetaDataAndUnmap(handle, type, data.data()), 0) << type;
+        EXPECT_EQ(data, expected) << type;
+    }
+    EXPECT_EQ(setMetaDataAndUnmap(handle, 3, data.data()), -EINVAL);
+    EXPECT_EQ(getMetaDataAndUnmap(handle, 2, nullptr), -EINVAL);
+    EXPECT_EQ(getMetaDataAndUnmap(nullptr, 2, data.data()), -EINVAL);
+    handle->numInts--;  // a handle of another allocator
+    EXPECT_EQ(getMetaDataAndUnmap(handle, 2, data.data()), -EINVAL);
+    native_handle_delete(handle);
+    native_handle_delete(unset);
 }
 
 class BlitterTest : public ::testing::Test {
@@ -236,24 +257,18 @@ TEST(DmaBufTest, MapsWholePagesInPlaceAndNothingElse) {
 
 TEST_F(BlitterTest, TakesOnlyMemoryAndSurfacesThatAreThere) {
     uint64_t gpu = 0;
-    auto* pages =
-        static_cast<uint8_t*>(mmap(nullptr, 8192, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-    munmap(pages + 4096, 4096);
-    EXPECT_NE(blit.map(0, pages, 8192, 3, &gpu), 0);
-    EXPECT_NE(blit.map(-1, pages, 4096, 3, &gpu), 0);
-    EXPECT_EQ(blit.map(0, pages, 4096, 3, &gpu), 0);
-    EXPECT_EQ(blit.unmap(gpu), 0);
-    EXPECT_NE(blit.unmap(gpu), 0);
-    munmap(pages, 4096);
-
-    // Of a DMA-BUF only its own memory.
     const int fd = host::AllocateDmaBuf(8192);
     auto* shared = static_cast<uint8_t*>(mmap(nullptr, 8192, PROT_READ, MAP_SHARED, fd, 0));
     EXPECT_EQ(blit.map(fd, shared + 100, 8192 - 100, 3, &gpu), 0);
     EXPECT_EQ(blit.unmap(gpu), 0);
+    EXPECT_NE(blit.unmap(gpu), 0);
     EXPECT_NE(blit.map(fd, shared + 100, 8192 - 99, 3, &gpu), 0);
-    EXPECT_NE(blit.map(fd, source.data(), 100, 3, &gpu), 0);
-    munmap(shared, 8192);
+    EXPECT_NE(blit.map(fd, source.data(), 100, 3, &gpu), 0) << "another's memory";
+    EXPECT_NE(blit.map(-1, shared, 4096, 3, &gpu), 0);
+    munmap(shared + 4096, 4096);
+    EXPECT_NE(blit.map(fd, shared, 8192, 3, &gpu), 0) << "no longer mapped";
+    EXPECT_NE(blit.map(0, shared, 8192, 3, &gpu), 0);
+    munmap(shared, 4096);
     close(fd);
 
     auto record = def(source, sourceGpu);
