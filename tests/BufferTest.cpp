@@ -32,10 +32,6 @@ std::shared_ptr<LX2Buffer> BufferOver(uint32_t capacity, const std::vector<int>&
         _C2BlockFactory::CreateLinearBlock(std::make_shared<LinearAllocation>(capacity, fds)), 0);
 }
 
-int OpenedForReading(int fd) {
-    return open(("/proc/self/fd/" + std::to_string(fd)).c_str(), O_RDONLY | O_CLOEXEC);
-}
-
 class BufferTest : public Fixture {
   protected:
     std::shared_ptr<LX2Buffer> buffer = LinearBuffer(4096);
@@ -94,7 +90,6 @@ TEST_F(BufferTest, KindDecidesWhichViewIsValid) {
     auto none = LX2Buffer::CreateFromC2Buffer(nullptr);
     EXPECT_EQ(log.take(), Errors(kTag, {"LX2Buffer: cannot wrap an invalid C2Buffer"}));
     EXPECT_EQ(none->type(), 2u);
-    EXPECT_FALSE(none->linear()->isValid());
     EXPECT_EQ(none->linear()->map(), nullptr);
     EXPECT_EQ(none->graphic()->mapReadOnly(), nullptr);
     EXPECT_EQ(none->getSharedBuffer(), nullptr);
@@ -162,29 +157,26 @@ TEST_F(BufferTest, RangeIsCheckedTrimmedAndLogged) {
     LX2Buffer::Linear& view = *buffer->linear();
     EXPECT_EQ(view.capacity(), 4096u);
     EXPECT_EQ(view.size(), 4096u) << "a fresh block is whole";
-    struct Row {
+    const struct {
         uint32_t offset, size;
         LX2Status status;
         uint32_t setOffset, setSize;
-        std::vector<std::string> errors;
+        const char* error;
+    } rows[] = {
+        {0, 4096, C2_OK, 0, 4096, nullptr},
+        {4000, 200, C2_OK, 4000, 96, "range(4000, 200) exceeds 4096 ...trimming size to 96"},
+        {4096, 0, C2_OK, 4096, 0, nullptr},
+        {4097, 0, C2_CANNOT_DO, 4096, 0, "offset(4097) exceeds capacity 4096"},
+        {16, 0xFFFFFFF8, C2_OK, 16, 0xFFFFFFF8, nullptr},  // the sum wraps
     };
-    const Row rows[] = {
-        {0, 4096, C2_OK, 0, 4096, {}},
-        {4000,
-         200,
-         C2_OK,
-         4000,
-         96,
-         {"LX2Buffer::Linear: range(4000, 200) exceeds 4096 ...trimming size to 96"}},
-        {4096, 0, C2_OK, 4096, 0, {}},
-        {4097, 0, C2_CANNOT_DO, 4096, 0, {"LX2Buffer::Linear: offset(4097) exceeds capacity 4096"}},
-        {16, 0xFFFFFFF8, C2_OK, 16, 0xFFFFFFF8, {}},  // the sum wraps
-    };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         EXPECT_EQ(view.setRange(row.offset, row.size), row.status);
-        EXPECT_EQ(view.offset(), row.setOffset);
-        EXPECT_EQ(view.size(), row.setSize);
-        EXPECT_EQ(log.take(), Errors(kTag, row.errors));
+        EXPECT_THAT((std::vector{view.offset(), view.size()}),
+                    ElementsAre(row.setOffset, row.setSize));
+        std::vector<std::string> errors;
+        if (row.error != nullptr)
+            errors.push_back(std::string("LX2Buffer::Linear: ") + row.error);
+        EXPECT_EQ(log.take(), Errors(kTag, errors));
     }
 }
 
@@ -194,9 +186,8 @@ TEST_F(BufferTest, SharedBufferHasTheRangeOfTheMomentAndTheInfos) {
     auto shared = buffer->getSharedBuffer();
     buffer->linear()->setRange(0, 1);
     buffer.reset();
-    ASSERT_THAT(shared->data().linearBlocks(), SizeIs(1));
-    EXPECT_EQ(shared->data().linearBlocks()[0].offset(), 100u);
-    EXPECT_EQ(shared->data().linearBlocks()[0].size(), 200u);
+    const C2ConstLinearBlock block = shared->data().linearBlocks().at(0);
+    EXPECT_THAT((std::vector{block.offset(), block.size()}), ElementsAre(100, 200));
 
     // Wrapped, it can be written but not described anew.
     auto wrapped = LX2Buffer::CreateFromC2Buffer(shared);
@@ -273,10 +264,13 @@ TEST_F(BufferTest, MapsTheFirstDescriptorFromItsStart) {
     EXPECT_FALSE(buffer->linear()->bytes(mapping)) << "longer than the memory";
     EXPECT_FALSE(buffer->linear()->bytes(nullptr));
 
-    auto readOnly = BufferOver(8192, {OpenedForReading(first)});
+    const std::string path = "/proc/self/fd/" + std::to_string(first);
+    auto readOnly = BufferOver(8192, {open(path.c_str(), O_RDONLY | O_CLOEXEC)});
     EXPECT_EQ(readOnly->linear()->mapReadOnly()->data()[5000], 7);
     EXPECT_FALSE(LX2Buffer::Mapping::IsUsable(readOnly->linear()->map()));
     EXPECT_THAT(log.take(), SizeIs(1));
+    LX2Buffer unshared(LinearBlock(64), 0);
+    EXPECT_THROW(unshared.linear()->map(), std::bad_weak_ptr);
 }
 
 TEST_F(BufferTest, MappingBracketsItsAccess) {
@@ -330,17 +324,6 @@ TEST_F(BufferTest, InvalidDescriptorGivesANullAddressAndThreeLines) {
                               protection,
                           std::string("LX2Buffer::Mapping: Failed to sync cache: end-") + access}));
     }
-}
-
-TEST_F(BufferTest, MappingKeepsItsBufferAliveAndNeedsASharedOne) {
-    std::weak_ptr<LX2Buffer> watch = buffer;
-    auto mapping = std::exchange(buffer, nullptr)->linear()->map();
-    EXPECT_FALSE(watch.expired());
-    mapping->data()[0] = 1;
-    mapping.reset();
-    EXPECT_TRUE(watch.expired());
-    LX2Buffer alone(LinearBlock(64), 0);
-    EXPECT_THROW(alone.linear()->map(), std::bad_weak_ptr);
 }
 
 TEST_F(BufferTest, IsDescribedInOneLine) {

@@ -91,28 +91,6 @@ TEST(PlatformFactsTest, CropsAreClippedToBlockAndCrop) {
     EXPECT_TRUE(C2Rect(~0u, 1).at(1, 0) == C2Rect(~0u, 2).at(2, 0));
 }
 
-TEST(PlatformFactsTest, PoolDataGoesBeforeItsAllocation) {
-    std::string order;
-    struct Data : _C2BlockPoolData {
-        explicit Data(std::string* o) : out(o) {}
-        ~Data() override { *out += "data "; }
-        type_t getType() const override { return TYPE_BUFFERPOOL; }
-        std::string* out;
-    };
-    struct Memory : LinearAllocation {
-        explicit Memory(std::string* o) : LinearAllocation(8, {}), out(o) {}
-        ~Memory() override { *out += "allocation"; }
-        std::string* out;
-    };
-    auto block = _C2BlockFactory::CreateLinearBlock(std::make_shared<Memory>(&order),
-                                                    std::make_shared<Data>(&order));
-    auto buffer = C2Buffer::CreateLinearBuffer(block->share(0, 8, C2Fence()));
-    block.reset();
-    EXPECT_EQ(order, "");
-    buffer.reset();
-    EXPECT_EQ(order, "data allocation");
-}
-
 TEST(PlatformFactsTest, ABufferKeepsOneInfoOfACoreIndex) {
     const auto block = LinearBlock(8)->share(0, 8, C2Fence());
     for (const size_t count : {0, 1, 2})
