@@ -171,42 +171,30 @@ TEST_F(ColorEngineTest, UnmapsWhatItMappedOnEveryFailure) {
                                  "UpdateSurface ", "Draw ",          "Finish "};
     const std::string unmappings[] = {"", "UnMapAddr 2000000 ",
                                       "UnMapAddr 2000000 UnMapAddr 3000000 "};
-    struct Row {
+    const struct {
         const char* failing;
-        std::deque<int32_t> statuses;
+        uint32_t call;  // of that name
+        int32_t status;
         size_t steps, unmappings;  // how many of those above
         const char* texts;
-    };
-    const Row rows[] = {
-        {"MapAddr",
-         {7},
-         1,
-         0,
+    } rows[] = {
+        {"MapAddr", 0, 7, 1, 0,
          "getMappedGPUAddr: gbxMapAddr failed: status 7, fd 5, ptr 0x10040, len 8192, flags 3\n"
          "convert: get mapped src GPU address failed\n"},
-        {"UpdateSurface", {8}, 2, 1, "convert: Update src surface def failed (8)\n"},
-        {"MapAddr",
-         {0, -3},
-         3,
-         1,
+        {"UpdateSurface", 0, 8, 2, 1, "convert: Update src surface def failed (8)\n"},
+        {"MapAddr", 1, -3, 3, 1,
          "getMappedGPUAddr: gbxMapAddr failed: status -3, fd 6, ptr 0x20020, len 32768, flags 3\n"
          "convert: get mapped dst GPU adress failed\n"},
-        {"UpdateSurface", {0, 9}, 4, 2, "convert: Update dst surface def failed (9)\n"},
-        {"Draw", {10}, 6, 2, "convert: GBX draw failed (10)\n"},
-        {"UnMapAddr",
-         {0, 11},
-         6,
-         2,
+        {"UpdateSurface", 1, 9, 4, 2, "convert: Update dst surface def failed (9)\n"},
+        {"Draw", 0, 10, 6, 2, "convert: GBX draw failed (10)\n"},
+        {"UnMapAddr", 1, 11, 6, 2,
          "unmapGPUAddr: gbxUnMapAddr failed: status 11, gpuAddr 0x3000000\n"
          "convert: unmapping GPU address failed (1, 0)\n"},
-        {"UnMapAddr",
-         {12},
-         6,
-         2,
+        {"UnMapAddr", 0, 12, 6, 2,
          "unmapGPUAddr: gbxUnMapAddr failed: status 12, gpuAddr 0x2000000\n"
          "convert: unmapping GPU address failed (0, 1)\n"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.texts);
         *blit = {};
         Engine engine;
@@ -214,7 +202,8 @@ TEST_F(ColorEngineTest, UnmapsWhatItMappedOnEveryFailure) {
                                    {100, 40, PixFormat::MIREL_NV12_CMPX, 0, 0}),
                   0);
         takeCalls();
-        blit->statuses[row.failing] = row.statuses;
+        blit->statuses[row.failing].resize(row.call);
+        blit->statuses[row.failing].push_back(row.status);
         EXPECT_EQ(convert(engine), -1);
         EXPECT_EQ(takeCalls(), std::accumulate(steps, steps + row.steps, std::string()) +
                                    unmappings[row.unmappings]);
@@ -323,13 +312,9 @@ struct Buffers {
 };
 
 TEST_F(ColorEngineTest, SoftwarePathMergesPlanesAndWritesNothingElse) {
-    for (const auto& [w, h] : {std::pair(8u, 0u),
-                               {0u, 3u},
-                               {1u, 2u},
-                               {33u, 1u},
-                               {67u, 3u},
-                               {511u, 513u},
-                               {1280u, 720u}}) {
+    const std::pair<uint32_t, uint32_t> sizes[] = {{8, 0},  {0, 3},     {1, 2},     {33, 1},
+                                                   {67, 3}, {511, 513}, {1280, 720}};
+    for (const auto& [w, h] : sizes) {
         SCOPED_TRACE(std::to_string(w) + "x" + std::to_string(h));
         const uint32_t luma = (w + 15) / 16 * 16, chroma = (w / 2 + 15) / 16 * 16;
         const uint32_t stride = (w + 511) / 512 * 512, rows = (h + 511) / 512 * 512;

@@ -143,15 +143,6 @@ TEST_F(ColorMetadataTest, FixedPointReadsBackHalfAUnitLower) {
     EXPECT_EQ(memcmp(reinterpret_cast<const uint8_t*>(&hsi) + 8, expected, sizeof(expected)), 0);
 }
 
-TEST_F(ColorMetadataTest, WantsAnOutput) {
-    EXPECT_EQ(Translater::convertAspectsToMetaData({}, nullptr), LX2_BAD_ARG);
-    EXPECT_EQ(Translater::convertMetaDataToAspects({}, nullptr), LX2_BAD_ARG);
-    EXPECT_EQ(Translater::convertHsiToMetaData({}, nullptr), LX2_BAD_ARG);
-    EXPECT_EQ(Translater::convertMetaDataToHsi({}, nullptr), LX2_BAD_ARG);
-    EXPECT_EQ(LX2ColorAspects::preferredColorAspects("", {}, {}, nullptr), LX2_BAD_ARG);
-    EXPECT_EQ(LX2ColorHsi::preferredHsi("", {}, {}, nullptr, true), LX2_BAD_ARG);
-}
-
 // The values of an enumeration that have a name.
 template <typename Enum, typename Names>
 std::string NamedValues() {
