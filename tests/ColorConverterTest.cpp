@@ -28,7 +28,6 @@ constexpr uint32_t kYuvFormats[] = {PixFormat::I420,
                                     PixFormat::MIREL_NV12,
                                     PixFormat::MIREL_NV12_CMPX,
                                     PixFormat::MIREL_TP10};
-constexpr uint32_t kRgbFormats[] = {PixFormat::RGBA8888, PixFormat::RGBA8888_CMPX};
 
 uint32_t DepthOf(uint32_t format) {
     return format == PixFormat::MIREL_TP10 ? 10 : 8;
@@ -77,21 +76,9 @@ TEST_F(ColorConverterTest, ConvertsEveryPairOfYuvFormatsExactly) {
     }
 }
 
-// What colours become is the video core's affair; here they become the same by every way.
-TEST_F(ColorConverterTest, ConvertsBetweenRgbAndYuv) {
-    const Frame frame = host::TestFrame(62, 34, 8, 9);
-    for (uint32_t rgb : kRgbFormats) {
-        const auto source = Filled(rgb, frame);
-        for (uint32_t yuv : kYuvFormats) {
-            SCOPED_TRACE(std::string(PixFormat::Str(rgb)) + " and " + PixFormat::Str(yuv));
-            ASSERT_EQ(convert(source, yuv), 0);
-            EXPECT_EQ(Read(*target).withBitDepth(8).y, Read(*source).y);
-            ASSERT_EQ(convert(Filled(yuv, frame), rgb), 0);
-            EXPECT_EQ(Read(*target).y, Read(*source).y);
-        }
-    }
-    // All four channels, through the tiles and back.
-    const auto noise = Filled(PixFormat::RGBA8888, frame);
+// All four channels, through the tiles and back; what colors become is the video core's affair.
+TEST_F(ColorConverterTest, ConvertsRgbThroughItsTiles) {
+    const auto noise = GraphicBuffer(62, 34, PixFormat::RGBA8888);
     const auto bytes = noise->graphic()->map();
     std::mt19937 random(7);
     std::generate_n(bytes->data(), bytes->size(), std::ref(random));

@@ -89,8 +89,6 @@ TEST(FrameLayoutTest, PutsSamplesWhereTheTilingsSay) {
         uint64_t at;
     };
     const Row rows[] = {
-        {PixFormat::YV12, 2, 0, 0, 1, 131 * 208 + 131 * 112 / 2 + 112},
-        {PixFormat::MIREL_NV12, 1, 7, 1, 2, 512 * 512 + 2 * 512 + 15},
         // second row of tiles, third tile, row 3 of it, second pixel
         {PixFormat::RGBA8888_CMPX, 0, 33, 2, 7, 4 * 896 + 2 * 256 + 3 * 64 + 4 + 2},
         // 64 bytes a row and 32 rows of metadata in a page; tile 1, 1 of 32 x 8
@@ -179,8 +177,7 @@ class BlitterTest : public ::testing::Test {
 TEST_F(BlitterTest, RefusesWhatDoesNotFitAndWritesNothing) {
     struct Request {
         blit::SurfaceDef from, to;
-        uint32_t object = 0;
-        uint32_t createType = blit::kCreateYuv;
+        uint32_t object = 0, createType = blit::kCreateYuv;
     };
     const std::pair<const char*, std::function<void(Request&)>> rows[] = {
         {"a source that is not mapped", [](Request& r) { r.from.planes[0].gpu = 0xAAAAAAAA; }},
@@ -255,7 +252,7 @@ TEST(DmaBufTest, MapsWholePagesInPlaceAndNothingElse) {
     close(fd);
 }
 
-TEST_F(BlitterTest, TakesOnlyMemoryAndSurfacesThatAreThere) {
+TEST_F(BlitterTest, TakesOnlyMemoryThatIsThere) {
     uint64_t gpu = 0;
     const int fd = host::AllocateDmaBuf(8192);
     auto* shared = static_cast<uint8_t*>(mmap(nullptr, 8192, PROT_READ, MAP_SHARED, fd, 0));
@@ -270,15 +267,6 @@ TEST_F(BlitterTest, TakesOnlyMemoryAndSurfacesThatAreThere) {
     EXPECT_NE(blit.map(0, shared, 8192, 3, &gpu), 0);
     munmap(shared, 4096);
     close(fd);
-
-    auto record = def(source, sourceGpu);
-    uint32_t surface = 0;
-    ASSERT_EQ(blit.createSurface(&surface, 1, blit::kCreateYuv, &record), 0);
-    EXPECT_EQ(blit.updateSurface(surface, 1, blit::kUpdateYuv, &record), 0);
-    EXPECT_NE(blit.updateSurface(surface, 2, blit::kUpdateYuv, &record), 0);
-    EXPECT_NE(blit.updateSurface(surface, 1, blit::kUpdateRgb, &record), 0);
-    EXPECT_EQ(blit.destroySurface(surface), 0);
-    EXPECT_NE(blit.destroySurface(surface), 0);
 }
 
 }  // namespace

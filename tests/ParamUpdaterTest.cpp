@@ -173,15 +173,13 @@ TEST_F(ParamUpdaterTest, AWholeParameterIsOneKeyThatTakesNoText) {
 
 TEST_F(ParamUpdaterTest, IntegersAreReadToTheirBorders) {
     add("p", kGlobal | 1, {{Field::INT32, 1, "i", 4, 4}, {Field::UINT32, 1, "u", 0, 4}});
-    const std::pair<const char*, int32_t> good[] = {
-        {"2147483647", INT32_MAX},
-        {"-2147483648", INT32_MIN},
-        {" \t42abc", 42},
-        {"+7", 7},
-        {"-1", -1},
-        {"0x10", 0},
-        {"010", 10},
-    };
+    const std::pair<const char*, int32_t> good[] = {{"2147483647", INT32_MAX},
+                                                    {"-2147483648", INT32_MIN},
+                                                    {" \t42abc", 42},
+                                                    {"+7", 7},
+                                                    {"-1", -1},
+                                                    {"0x10", 0},
+                                                    {"010", 10}};
     for (const char* key : {"p.i", "p.u"}) {
         const size_t offset = key[2] == 'i' ? 4 : 0;
         for (const auto& [text, value] : good) {
