@@ -14,9 +14,6 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
-
-using ::testing::ElementsAre;
 
 // The other programs of the family compare the bare numbers.
 static_assert(LX2_ERROR == -1 && LX2_BAD_ARG == -2);
@@ -142,5 +139,4 @@ TEST(FramePlanesTest, LieAsTheFormatAndTheHandleSay) {
     EXPECT_EQ(LX2Buffer(std::shared_ptr<C2GraphicBlock>()).graphic()->planes().count, 0u);
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -7,10 +7,7 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::SizeIs;
 using Other = ValueInfo<0x0A02>::output;
 
@@ -355,5 +352,4 @@ TEST_F(BufferTest, IsDescribedInOneLine) {
               "0)[0x0]}");
 }
 
-}  // namespace
 }  // namespace lx2::test

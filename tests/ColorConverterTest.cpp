@@ -13,13 +13,9 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
 using host::Frame;
-using ::testing::ElementsAre;
 using ::testing::EndsWith;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 
 constexpr char kTag[] = "LX2ColorConverter";
 constexpr uint32_t kYuvFormats[] = {PixFormat::I420,
@@ -228,5 +224,4 @@ TEST(ColorConverterLibraries, AreOpenForAsLongAsTheConverterLives) {
     EXPECT_EQ(LX2ColorConverter::QueryCapabilities().targets, expected) << "without one as well";
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -10,13 +10,8 @@
 #include "SoftwareConvert.h"
 
 namespace lx2::test {
-namespace {
 
 using ::testing::_;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 struct Inside : LX2ColorConverter {
     using LX2ColorConverter::Engine;
 };
@@ -385,5 +380,4 @@ TEST_F(ColorEngineTest, SoftwarePathIgnoresOffsetsAndEmptyRowsButNotDescriptors)
     EXPECT_EQ(frame.dst[512 * 512], frame.src[48]);
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -9,15 +9,12 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
 using Translater = LX2GrallocMetadataTranslater;
 using AspectsOut = C2StreamColorAspectsInfo::output;
 using AspectsIn = C2StreamColorAspectsInfo::input;
 using HsiOut = C2StreamHdrStaticMetadataInfo::output;
 using HsiIn = C2StreamHdrStaticMetadataInfo::input;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 constexpr const char* kTag = "LX2GrallocUtils";
 
@@ -253,5 +250,4 @@ TEST_F(ColorMetadataTest, HdrInfoIsPrintedInOneLine) {
     EXPECT_EQ(LX2ColorHsi::AsString(hsi, &text).size(), 255u);
 }
 
-}  // namespace
 }  // namespace lx2::test

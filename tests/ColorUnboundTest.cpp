@@ -6,10 +6,6 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
-
-using ::testing::ElementsAre;
-using ::testing::MatchesRegex;
 
 class ColorUnboundTest : public Fixture, public ::testing::WithParamInterface<const char*> {};
 
@@ -44,5 +40,4 @@ INSTANTIATE_TEST_SUITE_P(Without, ColorUnboundTest,
                                            "compute_fmt_aligned_width_and_height"),
                          [](const auto& row) { return std::string(row.param); });
 
-}  // namespace
 }  // namespace lx2::test

@@ -41,11 +41,8 @@ c2_status_t android::GetCodec2BlockPool(C2BlockPool::local_id_t id,
 }
 
 namespace lx2::test {
-namespace {
 
 using namespace std::string_literals;
-using ::testing::Contains;
-using ::testing::ElementsAre;
 using Bytes = std::vector<uint8_t>;
 using Impl = LX2FileDump::Impl;
 
@@ -401,5 +398,4 @@ TEST_F(FileLoggerTest, AppendsLinesWithTheLocalTimeAtOnceOrHasNoFile) {
     EXPECT_EQ(LX2FileLogger().write("into the void"), C2_OK);
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -7,11 +7,8 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
 using FrameworkTest = Fixture;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 
 TEST_F(FrameworkTest, SaysWhatIsNotAsPromised) {
     const auto buffer = GraphicBuffer(64, 48, PixFormat::NV12);
@@ -41,5 +38,4 @@ TEST_F(FrameworkTest, SaysWhatIsNotAsPromised) {
     EXPECT_EQ(framework.received(), 2u);
 }
 
-}  // namespace
 }  // namespace lx2::test

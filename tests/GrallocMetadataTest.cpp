@@ -12,10 +12,7 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Bytes = std::vector<uint8_t>;
 using Params = std::vector<std::unique_ptr<C2Param>>;
 
@@ -280,5 +277,4 @@ TEST_F(GrallocMetadataTest, RefusesWithoutAHandleOrAnOutput) {
     EXPECT_THAT(gets, IsEmpty());
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -14,12 +14,8 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 }
 
 namespace lx2::test {
-namespace {
 
 using ::testing::Each;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::MatchesRegex;
 
 constexpr const char* kTag = "LX2Buf";
 constexpr const char* kGrallocTag = "LX2GrallocBuffer";
@@ -323,5 +319,4 @@ TEST_F(GraphicViewTest, IsDescribedInOneLine) {
                  "Invalid");
 }
 
-}  // namespace
 }  // namespace lx2::test

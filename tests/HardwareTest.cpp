@@ -20,7 +20,6 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
 // Writes noise row by row in Values and checks it, value by value, where the description has it.
 template <typename Value>
@@ -269,5 +268,4 @@ TEST_F(BlitterTest, TakesOnlyMemoryThatIsThere) {
     close(fd);
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -6,11 +6,8 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
-using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
 
 constexpr char kTag[] = "LX2StreamParser";
 
@@ -72,5 +69,4 @@ TEST_F(IVFHeadersTest, RefusesAMissingTargetAndTooFewBytes) {
                                         "IVFFrameHeader::" + null + " sz=12 v/s 12"}));
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -9,13 +9,11 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
 using android::hardware::hidl_handle;
 using android::hardware::Return;
 using android::hardware::Void;
 using android::hardware::graphics::mapper::V3_0::IMapper;
-using ::testing::ElementsAre;
 
 constexpr const char* kTag = "LX2GrallocBuffer";
 
@@ -64,7 +62,7 @@ TEST_F(MetadataLoaderTest, GoesOnWithoutWhatItMisses) {
     ASSERT_EQ(loading.size(), 1u);
     const std::string said = "LX2LXDMetadata failed to open libLxdMetaData.so: ";
     EXPECT_EQ(loading[0], Error(kTag, said + loading[0].text.substr(said.size())));
-    EXPECT_THAT(loading[0].text, ::testing::HasSubstr("broken_display_metadata"));
+    EXPECT_THAT(loading[0].text, HasSubstr("broken_display_metadata"));
     {
         Library getOnly(LX2_GET_ONLY);
         EXPECT_THAT(attempt(), ElementsAre(noSet));
@@ -107,5 +105,4 @@ TEST_F(MetadataLoaderTest, UnloadsTheMapperBeforeTheLoader) {
     host::SetMapperProvider(nullptr);
 }
 
-}  // namespace
 }  // namespace lx2::test

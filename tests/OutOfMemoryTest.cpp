@@ -42,9 +42,7 @@ void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
 }
 
 namespace lx2::test {
-namespace {
 
-using ::testing::ElementsAre;
 using OutOfMemoryTest = Fixture;
 
 constexpr char kEngine[] = "LX2GBXEngine", kConverter[] = "LX2ColorConverter";
@@ -121,5 +119,4 @@ TEST_F(OutOfMemoryTest, AParameterThatCannotGrowStaysAsItIs) {
     }
 }
 
-}  // namespace
 }  // namespace lx2::test

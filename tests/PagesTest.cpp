@@ -23,7 +23,6 @@ void decodeInto(uint8_t* memory, uint32_t) {
 }
 
 namespace lx2::test {
-namespace {
 
 using PagesTest = Fixture;
 
@@ -46,5 +45,4 @@ TEST_F(PagesTest, TheComponentsDecodeAndEncode) {
     EXPECT_EQ(shown->graphic()->mapReadOnly()->data()[0], 1);
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -7,10 +7,7 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Field = C2FieldDescriptor;
 using FieldDesc = ReflectedParamUpdater::FieldDesc;
 using Message = ReflectedParamUpdater::Message;
@@ -300,5 +297,4 @@ TEST_F(ParamUpdaterTest, NothingIsWrittenOutsideTheParameter) {
     EXPECT_EQ(Body(*param), std::string("abcwxyz\0\0Z", 10));
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -59,9 +59,6 @@ static_assert(!std::is_copy_assignable_v<C2StructDescriptor> && sizeof(C2ThingSt
 }  // namespace
 
 namespace lx2::test {
-namespace {
-
-using ::testing::ElementsAre;
 
 TEST(PlatformFactsTest, LinearSharesAreHeldToTheBlock) {
     const auto memory = std::make_shared<LinearAllocation>(100, std::vector<int>());
@@ -170,5 +167,4 @@ TEST(PlatformFactsTest, StructuresDescribeThemselves) {
     EXPECT_TRUE(plain.isPersistent() && !plain.isRequired() && !plain.isReadOnly());
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -12,10 +12,6 @@
 #include "Fixture.h"
 
 namespace lx2::test {
-namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 constexpr const char* kTag = "LX2Buf";
 
@@ -222,7 +218,7 @@ TEST_F(GraphicPoolTest, HeldBufferIsParkedAndHandedOutOnceTheHoldIsDropped) {
         EXPECT_TRUE(line == Debug(kTag, line.text) || line.tag != kTag);
     }
     EXPECT_THAT(lines, ElementsAre("REF: Added Ref for graphic buf with id:" + id,
-                                   testing::StartsWith("REF: Added Ref for graphic buf with id:"),
+                                   ::testing::StartsWith("REF: Added Ref for graphic buf with id:"),
                                    "REF: Allocated buf with id = " + id + " is still referenced",
                                    "REF: Released Ref for graphic buf with id : " + id,
                                    "REF: Recycled graphic buf with id : " + id));
@@ -427,5 +423,4 @@ TEST_F(GraphicPoolTest, ReferencesComeAndGoOnOtherThreadsWhileOneAllocates) {
     EXPECT_EQ(slots->slotsOut(), 0u);
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -9,10 +9,7 @@
 #include "StartCodeScan.h"
 
 namespace lx2::test {
-namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Bytes = std::vector<uint8_t>;
 
 constexpr char kTag[] = "LX2StreamParser";
@@ -330,5 +327,4 @@ TEST(NalTypeTest, NamesTypes) {
     EXPECT_EQ(Avc::ExtractNalType(0xE7FF), 7);
 }
 
-}  // namespace
 }  // namespace lx2::test

@@ -13,6 +13,12 @@
 
 namespace lx2::test {
 
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+
 class Fixture : public ::testing::Test {
   protected:
     Fixture() { host::ResetSyncCounts(); }
