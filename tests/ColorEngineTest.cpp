@@ -248,28 +248,25 @@ TEST_F(ColorEngineTest, RefusesArgumentsThatNoFrameCanHave) {
     ASSERT_EQ(engine.configure({64, 64, PixFormat::NV12, 64, 0}, {64, 64, PixFormat::YV12, 64, 0}),
               0);
     takeCalls();
-    struct Row {
+    uint8_t byte = 0, *base = &byte, *none = nullptr;
+    const struct {
         int srcFd, dstFd;
-        const char *srcBase, *dstBase;
+        uint8_t *srcBase, *dstBase;
         uint32_t srcSize, dstSize;
-    };
-    const char* const base = "";
-    for (const Row& row :
-         {Row{-1, 6, base, base, 8192, 8192}, Row{5, -1, base, base, 8192, 8192},
-          Row{5, 6, nullptr, base, 8192, 8192}, Row{5, 6, base, nullptr, 8192, 8192},
-          Row{5, 6, base, base, 8191, 8192}, Row{5, 6, base, base, 8192, 8191}}) {
+    } rows[] = {{-1, 6, base, base, 8192, 8192}, {5, -1, base, base, 8192, 8192},
+                {5, 6, none, base, 8192, 8192},  {5, 6, base, none, 8192, 8192},
+                {5, 6, base, base, 8191, 8192},  {5, 6, base, base, 8192, 8191}};
+    for (const auto& row : rows) {
         log.take();
-        const auto bytes = [](const char* at) {
-            return reinterpret_cast<uint8_t*>(const_cast<char*>(at));
-        };
-        EXPECT_EQ(engine.convert(row.srcFd, bytes(row.srcBase), 0, row.srcSize, row.dstFd,
-                                 bytes(row.dstBase), 0, row.dstSize),
+        EXPECT_EQ(engine.convert(row.srcFd, row.srcBase, 0, row.srcSize, row.dstFd, row.dstBase, 0,
+                                 row.dstSize),
                   -1);
         char text[256];
         snprintf(text, sizeof(text),
                  "convert: convert failed, incorrect input parameters: srcFd %d, dstFd %d, "
                  "srcBase %p, dstBase %p, mSrcSize 8192, srcSize %u, mDstSize 8192, dstSize %u",
-                 row.srcFd, row.dstFd, row.srcBase, row.dstBase, row.srcSize, row.dstSize);
+                 row.srcFd, row.dstFd, static_cast<void*>(row.srcBase),
+                 static_cast<void*>(row.dstBase), row.srcSize, row.dstSize);
         EXPECT_THAT(log.take(), ElementsAre(Error(kTag, text)));
     }
     EXPECT_EQ(takeCalls(), "");

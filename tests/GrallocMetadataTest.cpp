@@ -44,15 +44,10 @@ std::shared_ptr<C2Info> InfoOf(uint32_t index, const Bytes& payload) {
 }
 
 lxd::ColorMetaData Bt2020() {
-    return {lxd::ColorPrimaries_BT2020,
-            lxd::Range_Full,
-            lxd::Transfer_SMPTE_ST2084,
-            lxd::MatrixCoEff_BT2020,
-            {},
-            {},
-            {},
-            0,
-            {}};
+    lxd::ColorMetaData record{};
+    const uint32_t words[] = {9, 1, 16, 9};  // BT.2020, full range, ST 2084, BT.2020
+    memcpy(&record, words, sizeof(words));
+    return record;
 }
 
 Bytes KvaRecordOf(uint32_t payloadSize) {

@@ -81,30 +81,6 @@ TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
     EXPECT_FALSE(host::LayoutOf(PixFormat::NV12, 0xFFFFFFFF, 64));
 }
 
-// Addresses worked out by hand from the tile shapes, for a frame of 200 x 131.
-TEST(FrameLayoutTest, PutsSamplesWhereTheTilingsSay) {
-    struct Row {
-        uint32_t format, plane, x, channel, y;
-        uint64_t at;
-    };
-    const Row rows[] = {
-        // second row of tiles, third tile, row 3 of it, second pixel
-        {PixFormat::RGBA8888_CMPX, 0, 33, 2, 7, 4 * 896 + 2 * 256 + 3 * 64 + 4 + 2},
-        // 64 bytes a row and 32 rows of metadata in a page; tile 1, 1 of 32 x 8
-        {PixFormat::MIREL_NV12_CMPX, 0, 40, 0, 9, 4096 + 8 * 256 + 256 + 32 + 8},
-        {PixFormat::MIREL_NV12_CMPX, 1, 17, 1, 9, 4096 + 160 * 256 + 4096 + 8 * 256 + 256 + 32 + 3},
-        // 64 bytes a row and 48 rows of metadata in a page; tile 1, 1 of 48 x 4
-        {PixFormat::MIREL_TP10, 0, 52, 0, 5, 4096 + 4 * 512 + 256 + 64 + 4},
-        {PixFormat::MIREL_TP10, 1, 26, 0, 5, 4096 + 144 * 512 + 4096 + 4 * 512 + 256 + 64 + 4},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(host::LayoutOf(row.format, 200, 131)
-                      ->planes[row.plane]
-                      .valueAt(row.x, row.channel, row.y),
-                  row.at)
-            << PixFormat::Str(row.format) << " plane " << row.plane;
-}
-
 TEST(VideoCoreTest, KeepsOneMappingWhileAnyoneHoldsTheMemory) {
     const host::Frame frame = host::TestFrame(200, 130, 10, 3);
     {
@@ -179,7 +155,6 @@ TEST_F(BlitterTest, RefusesWhatDoesNotFitAndWritesNothing) {
         uint32_t object = 0, createType = blit::kCreateYuv;
     };
     const std::pair<const char*, std::function<void(Request&)>> rows[] = {
-        {"a source that is not mapped", [](Request& r) { r.from.planes[0].gpu = 0xAAAAAAAA; }},
         {"pixels before the mapping", [](Request& r) { r.from.planes[0].cpu -= 1; }},
         {"luma that reaches beyond it", [](Request& r) { r.to.planes[0].stride = 1024; }},
         {"planes that the GPU sees elsewhere", [](Request& r) { r.from.planes[1].gpu += 64; }},

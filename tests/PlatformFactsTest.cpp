@@ -11,8 +11,6 @@
 #include "Blocks.h"
 #include "Fixture.h"
 
-namespace {
-
 enum : uint32_t { kParamIndexPoint = C2Param::TYPE_INDEX_VENDOR_START + 7, kParamIndexThing };
 struct C2PointStruct {
     uint32_t x;
@@ -55,8 +53,6 @@ static_assert(kConverts<uint32_t, C2Param::CoreIndex> && !kConverts<int, C2Param
 static_assert(!std::is_destructible_v<C2GraphicAllocation> && std::is_abstract_v<C2BlockPool>);
 static_assert(!std::is_copy_constructible_v<C2StreamInitDataInfo::output>);
 static_assert(!std::is_copy_assignable_v<C2StructDescriptor> && sizeof(C2ThingStruct) == 48);
-
-}  // namespace
 
 namespace lx2::test {
 
@@ -101,28 +97,6 @@ TEST(PlatformFactsTest, ABufferKeepsOneInfoOfACoreIndex) {
         indices.push_back(info->index());
     EXPECT_THAT(indices, ElementsAre(0xD2301001, 0xD2002001));
     EXPECT_TRUE(buffer->hasInfo(0x1001u) && !buffer->hasInfo(0x1002u) && C2Fence().valid());
-}
-
-TEST(PlatformFactsTest, WrappingAHandleDuplicatesItsDescriptorsAndUnwrappingSharesThem) {
-    native_handle_t* bare = native_handle_create(1, 2);
-    bare->data[0] = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    bare->data[1] = 7;
-    bare->data[2] = 8;
-    C2Handle* wrapped = android::WrapNativeCodec2GrallocHandle(bare, 640, 480, 0x23, 0x123456789ABC,
-                                                               704, 1, 0x300000002, 4);
-    ASSERT_THAT((std::vector{wrapped->numFds, wrapped->numInts}), ElementsAre(1, 13));
-    EXPECT_THAT(std::vector<uint32_t>(wrapped->data + 1, wrapped->data + 14),
-                ElementsAre(7, 8, 640, 480, 0x23, 0x56789ABC, 0x1234, 704, 1, 2, 3, 4, 0xC2677200));
-    EXPECT_NE(wrapped->data[0], bare->data[0]);
-    native_handle_t* again = android::UnwrapNativeCodec2GrallocHandle(wrapped);
-    EXPECT_THAT((std::vector{again->numFds, again->numInts, again->data[0], again->data[2]}),
-                ElementsAre(1, 2, wrapped->data[0], 8));
-    EXPECT_EQ(android::UnwrapNativeCodec2GrallocHandle(bare), nullptr);
-    native_handle_delete(again);
-    for (native_handle_t* handle : {bare, wrapped}) {
-        native_handle_close(handle);
-        native_handle_delete(handle);
-    }
 }
 
 TEST(PlatformFactsTest, ParametersSayWhatTheyAre) {

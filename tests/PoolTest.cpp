@@ -77,8 +77,7 @@ TEST_F(LinearPoolTest, FailuresLeaveNoBufferAndOneLine) {
     expectFailure(none, C2_NO_INIT, "LX2LinearBufferPool::allocate: No pool to allocate!");
 }
 
-class Watcher : public LX2BufferDeleteCallback {
-  public:
+struct Watcher : LX2BufferDeleteCallback {
     void onBufferDeleted(LX2Buffer* buffer) override {
         gone.push_back(buffer);
         EXPECT_TRUE(watched.expired()) << "its block goes back before anyone hears of it";
