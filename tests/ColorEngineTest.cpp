@@ -94,13 +94,15 @@ TEST_F(ColorEngineTest, TakesTheSourcesOwnStrideForRgba) {
               0);
     EXPECT_EQ(engine.calcStride(PixFormat::RGBA8888, 100, true), 640u);
     EXPECT_EQ(engine.calcStride(PixFormat::RGBA8888_CMPX, 100, false), 512u);
-    log.take();
     // 48 rows and one of metadata, padded to whole pages
-    gC2LogLevel = 0x01000002;
     EXPECT_EQ(engine.calcSize(PixFormat::RGBA8888_CMPX, 100, 40, false), 28672u);
     EXPECT_EQ(engine.calcSize(PixFormat::RGBA8888, 100, 40, true), 32768u);
-    const LogLine line = Debug(kTag, "calcSize: alignedw 128, alignedh 49");
-    EXPECT_THAT(log.take(), ElementsAre(line, line));
+    // The sizes of both sides come before their luma.
+    const std::string size = "calcSize: alignedw 128, alignedh 49";
+    const std::string luma = "calcYSize: unsupported or RGB color format, RGBA8888(1)";
+    const Format rgba{100, 40, PixFormat::RGBA8888, 160, 0};
+    EXPECT_THAT(textsAt(0x01000002, [&] { engine.configure(rgba, rgba); }),
+                ElementsAre(size, size, luma, luma, "configure: configure successfully"));
 }
 
 TEST_F(ColorEngineTest, RefusesFormatsThatItDoesNotKnow) {
