@@ -86,13 +86,11 @@ LX2Status LX2Buffer::copyBufInfoTo(std::shared_ptr<LX2Buffer> dst) {
     if (dst == nullptr)
         return LX2_BAD_ARG;
     // Values that dst already has win, unlike in the setters. A buffer copied to itself has them
-    // all.
-    if (dst.get() != this) {
-        for (const auto& [key, item] : mInfo)
-            dst->mInfo.emplace(key, item);
-        for (const auto& info : mInfos)
-            dst->addInfo(info);
-    }
+    // all, and each info takes its own place.
+    for (const auto& [key, item] : mInfo)
+        dst->mInfo.emplace(key, item);
+    for (const auto& info : mInfos)
+        dst->addInfo(info);
     if (!mConfigUpdates.empty())
         dst->addConfigUpdates(mConfigUpdates);
     return C2_OK;

@@ -207,6 +207,7 @@ TEST_F(GraphicViewTest, ViewWithoutABlockGivesTheDefaults) {
     EXPECT_THAT((std::vector{uint32_t(view.fd()), view.effectiveWidth(), view.effectiveHeight()}),
                 Each(0xFFFFFFFFu));
     EXPECT_THAT(Figures(view), Each(0xFFFFFFFFu));
+    view.setAllocSize(5);
     EXPECT_EQ(view.format() + view.allocSize(), 0u);
     EXPECT_EQ(view.map(), nullptr);
     EXPECT_EQ(view.setCrop(C2Rect(1, 1)), C2_CANNOT_DO);
@@ -237,6 +238,7 @@ TEST_F(GraphicViewTest, ReportsEachFieldOfItsRecord) {
     const auto other = GraphicBlock(64, 32, PixFormat::NV12);
     view.init(other->share(C2Rect(8, 4), C2Fence()));
     EXPECT_EQ(view.id(), host::BufferId(other->handle()));
+    EXPECT_EQ(view.allocSize(), view.platformBuffer()->allocSize());
     EXPECT_EQ(view.crop(), C2Rect(8, 4));
     LX2Buffer::Graphic invalid(LinearBuffer(16).get(), block);
     EXPECT_EQ(invalid.id(), ~uint64_t{0});

@@ -315,6 +315,9 @@ TEST_F(GraphicPoolTest, CallbackHearsOfBuffersAllocatedWhileItLived) {
     auto late = buffer->shared_from_this();
     pool->allocate(&buffer);
     auto orphan = std::move(buffer);
+    pool->registerCallback({});  // which is an own one, and takes the watcher's place
+    pool->allocate(&buffer);
+    buffer.reset();
     pool.reset();
     early.reset();
     EXPECT_THAT(watcher->gone, IsEmpty());
