@@ -201,6 +201,9 @@ TEST_F(ColorMetadataTest, TheStreamsAspectsComeFirstUnlessItIsVp8OrVp9) {
                   C2_OK);
         EXPECT_EQ(NumbersOf(out), row.result) << row.mime;
         EXPECT_EQ(uint32_t(out.index()), 0xD2301809u) << "the header stays the caller's";
+        out = make(row.coded);
+        LX2ColorAspects::preferredColorAspects(row.mime, out, defaults, &out);
+        EXPECT_EQ(NumbersOf(out), row.defaults) << "the output is cleared before anything is read";
     }
 }
 

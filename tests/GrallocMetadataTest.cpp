@@ -134,10 +134,12 @@ TEST_F(GrallocMetadataTest, FetchesWhatIsAskedForWhateverTheStream) {
     for (size_t i : {0, 1})
         EXPECT_THAT(Words(*out[i]), ElementsAre(24, 0x72008015, 0, 0, 0x55667788, 0x11223344));
     EXPECT_THAT(Words(*out[2]), ElementsAre(24, 0xC2001809, 1, 6, 6, 5));
+    records.erase(kAvTimestamp);
+    EXPECT_EQ(buffer->getMetadata({0xC2001809, 0x42008015u}, &out), C2_OK) << "so is the first";
 }
 
 TEST_F(GrallocMetadataTest, FetchesEveryKindInOrder) {
-    const uint32_t statistics[] = {9, 0xFFFFFF01, 1, 2, 3, 4, 5, 6, 7};
+    const uint32_t statistics[] = {9, 0xFFFFFF02, 1, 2, 3, 4, 5, 6, 7};
     records = {
         {kColor, BytesOf(Bt2020())}, {kKva, KvaRecordOf(100)}, {kStatistics, BytesOf(statistics)}};
     const auto texts = textsAt(kTrace, [&] { EXPECT_EQ(fetchAll(), C2_OK); });
@@ -150,7 +152,7 @@ TEST_F(GrallocMetadataTest, FetchesEveryKindInOrder) {
                             "Get metadata: GET_CMPX_CR_STATS_INFO suceeded"));
     EXPECT_THAT(gets, ElementsAre(kColor, kKva, kStatistics));
     ASSERT_EQ(infos.size(), 2u);
-    EXPECT_THAT(Words(*infos[1]), ElementsAre(44, 0xC2008020, 9, 1, 1, 2, 3, 4, 5, 6, 7));
+    EXPECT_THAT(Words(*infos[1]), ElementsAre(44, 0xC2008020, 9, 2, 1, 2, 3, 4, 5, 6, 7));
     ASSERT_EQ(updates.size(), 2u);
     EXPECT_THAT(Words(*updates[0]), ElementsAre(24, 0xC2001809, 1, 6, 6, 5));
     EXPECT_THAT(Words(*updates[1]), ElementsAre(16, 0x4200802F, 30, 15));

@@ -112,7 +112,7 @@ TEST_F(GrallocTest, HandlesOfAnotherShapeGiveTheInvalidObject) {
     expectInvalid(nullptr, invalid);
     expectInvalid(bare(0, 0).get(), invalid);
     expectInvalid(bare(2, 15).get(), invalid);
-    expectInvalid(wrapped(0, 15).get(), invalid);
+    expectInvalid(wrapped(1, 15).get(), invalid);
     // The last one has the right shape and is another allocator's.
     for (const auto& [fds, ints] : {std::pair(2, 14), std::pair(3, 15), std::pair(2, 15)})
         expectInvalid(wrapped(fds, ints).get(), refusedWith(2));

@@ -77,8 +77,6 @@ TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
         }
     }
     EXPECT_FALSE(host::LayoutOf(PixFormat::MIREL_P010, 64, 64));
-    EXPECT_FALSE(host::LayoutOf(PixFormat::NV12, 0, 64));
-    EXPECT_FALSE(host::LayoutOf(PixFormat::NV12, 0xFFFFFFFF, 64));
 }
 
 TEST(VideoCoreTest, KeepsOneMappingWhileAnyoneHoldsTheMemory) {

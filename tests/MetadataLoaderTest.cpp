@@ -46,6 +46,7 @@ class MetadataLoaderTest : public Fixture {
         const LX2Status got = buffer->getMetadata({0x42008015u}, &infos);
         const LX2Status set = buffer->setMetadata({});
         const auto lines = log.take();
+        shown = dlsym(RTLD_DEFAULT, "getMetaDataAndUnmap") != nullptr;
         EXPECT_EQ(lines.size(), (got == LX2_ERROR ? 1u : 0u) + (set == LX2_ERROR ? 1u : 0u));
         return lines;
     }
@@ -53,6 +54,7 @@ class MetadataLoaderTest : public Fixture {
     std::shared_ptr<C2GraphicAllocation> allocation =
         host::AllocateGraphic(64, 64, PixFormat::NV12, 0);
     std::vector<LogLine> loading;
+    bool shown = false;  // whether any library finds the getter
 };
 
 TEST_F(MetadataLoaderTest, GoesOnWithoutWhatItMisses) {
@@ -64,11 +66,12 @@ TEST_F(MetadataLoaderTest, GoesOnWithoutWhatItMisses) {
     EXPECT_EQ(loading[0], Error(kTag, said + loading[0].text.substr(said.size())));
     EXPECT_THAT(loading[0].text, HasSubstr("broken_display_metadata"));
     {
-        Library getOnly(LX2_GET_ONLY);
-        EXPECT_THAT(attempt(), ElementsAre(noSet));
+        Library setOnly(LX2_SET_ONLY);
+        EXPECT_THAT(attempt(), ElementsAre(noGet));
     }
-    Library setOnly(LX2_SET_ONLY);
-    EXPECT_THAT(attempt(), ElementsAre(noGet));
+    Library getOnly(LX2_GET_ONLY);
+    EXPECT_THAT(attempt(), ElementsAre(noSet));
+    EXPECT_TRUE(shown);
 }
 
 // A mapper service whose end shows in the log.
