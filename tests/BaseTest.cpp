@@ -20,7 +20,6 @@ TEST(BundleTest, PutReplacesEmplaceKeepsAndGetReadsOneTagOnly) {
     Bundle bundle;
     EXPECT_EQ(bundle.put("key", uint64_t{5}), C2_OK);
     EXPECT_EQ(bundle.put("key", uint64_t{7}), C2_OK);
-    EXPECT_EQ(bundle.size(), 1u);
     EXPECT_FALSE(bundle.emplace("key", Bundle::Item(uint64_t{9})));
     EXPECT_EQ(bundle.get<uint64_t>("key", 0), 7u);
     EXPECT_EQ(bundle.find("key")->second.tag(), 4u);
@@ -36,7 +35,6 @@ TEST(BundleTest, PutReplacesEmplaceKeepsAndGetReadsOneTagOnly) {
         EXPECT_EQ(bundle.find(std::to_string(tag))->second.tag(), tag);
         EXPECT_EQ(bundle.get<uint64_t>(std::to_string(tag), 3), 3u) << tag;
     }
-    EXPECT_EQ(bundle.get<uint64_t>("missing", 3), 3u);
 }
 
 TEST(MemoryTest, CopiesNothingBeyondTheDestination) {

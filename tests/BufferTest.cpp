@@ -68,7 +68,6 @@ TEST_F(BufferTest, ValuesReadZeroUntilSetAndThenTheLastOneSet) {
 TEST_F(BufferTest, KindDecidesWhichViewIsValid) {
     EXPECT_EQ(buffer->type(), 1u);
     EXPECT_TRUE(buffer->linear()->isValid());
-    EXPECT_FALSE(buffer->graphic()->isValid());
     EXPECT_EQ(buffer->graphic()->id(), ~uint64_t{0});
     EXPECT_EQ(buffer->graphic()->map(), nullptr);
 

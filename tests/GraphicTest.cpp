@@ -202,8 +202,6 @@ TEST_F(GraphicViewTest, EffectiveSizeComesFromTheCropUnlessNoneIsSet) {
 TEST_F(GraphicViewTest, ViewWithoutABlockGivesTheDefaults) {
     LX2Buffer buffer{std::shared_ptr<C2GraphicBlock>()};
     LX2Buffer::Graphic& view = *buffer.graphic();
-    EXPECT_EQ(buffer.type(), 3u);
-    EXPECT_FALSE(view.isValid());
     EXPECT_THAT((std::vector{uint32_t(view.fd()), view.effectiveWidth(), view.effectiveHeight()}),
                 Each(0xFFFFFFFFu));
     EXPECT_THAT(Figures(view), Each(0xFFFFFFFFu));
@@ -266,8 +264,6 @@ TEST_F(GraphicViewTest, MapsTheWholeAllocationAndNoLongerThanItIs) {
     EXPECT_FALSE(watch.expired()) << "a mapping keeps its buffer";
     reader.reset();
     EXPECT_TRUE(watch.expired());
-    buffer->graphic()->setCompressedSize(123);
-    EXPECT_EQ(buffer->graphic()->compressedSize(), 123u);
 }
 
 TEST_F(GraphicViewTest, AlignsAsEachFormatRequires) {

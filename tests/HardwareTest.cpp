@@ -76,7 +76,6 @@ TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
                 ASSERT_TRUE(taken[at] != 0 || memory[at] == 0xEE) << at;
         }
     }
-    EXPECT_FALSE(host::LayoutOf(PixFormat::MIREL_P010, 64, 64));
 }
 
 TEST(VideoCoreTest, KeepsOneMappingWhileAnyoneHoldsTheMemory) {

@@ -32,6 +32,17 @@ __attribute__((noinline)) void operator delete(void* memory, size_t) noexcept {
     free(memory);
 }
 
+// A sanitizer's own do not come here.
+void* operator new[](size_t size) {
+    return ::operator new(size);
+}
+__attribute__((noinline)) void operator delete[](void* memory) noexcept {
+    free(memory);
+}
+__attribute__((noinline)) void operator delete[](void* memory, size_t) noexcept {
+    free(memory);
+}
+
 void* operator new(size_t size, const std::nothrow_t&) noexcept {
     if (gFailing > 0 && --gFailing == 0)
         return nullptr;
