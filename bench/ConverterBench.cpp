@@ -13,7 +13,7 @@
 #include <memory>
 
 #include "Ratio.h"
-#include "SoftwareConvert.h"
+#include "color/SoftwareConvert.h"
 
 #ifdef LX2_HAVE_LIBYUV
 #include <libyuv.h>

@@ -7,7 +7,7 @@ set(LX2_PLATFORM_INCLUDES "")
 set(LX2_PLATFORM_LIBS "-llog -lcutils -lcodec2 -lcodec2_vndk")
 
 install(TARGETS lx2_base lx2_platform lx2_utils EXPORT lxcodec2_utils)
-install(DIRECTORY include/lx2 base/include/lx2 device/include/lx2 DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+install(DIRECTORY include/lx2 DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   FILES_MATCHING PATTERN "*.h")
 if(LX2_HOST_PLATFORM)
   install(TARGETS lx2_host lx2_testkit EXPORT lxcodec2_utils)

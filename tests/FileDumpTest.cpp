@@ -1,7 +1,7 @@
 #include <C2Config.h>
 #include <C2PlatformSupport.h>
+#include <base/FrameGeometry.h>
 #include <fcntl.h>
-#include <lx2/FrameGeometry.h>
 #include <lx2/LX2FileDump.h>
 #include <lx2/PixFormat.h>
 #include <lx2host/Mapper.h>

@@ -1,8 +1,8 @@
 #include "Blitter.h"
 
 #include <Trace.h>
+#include <base/FrameGeometry.h>
 #include <fcntl.h>
-#include <lx2/FrameGeometry.h>
 #include <lx2host/DmaBuf.h>
 #include <lx2host/VideoCore.h>
 #include <sys/mman.h>

@@ -1,4 +1,4 @@
-#include <lx2/FramePlanes.h>
+#include <base/FrameGeometry.h>
 #include <lx2host/FrameLayout.h>
 
 #include <algorithm>

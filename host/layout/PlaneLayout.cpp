@@ -1,5 +1,5 @@
 // Reading and writing the rows of a plane.
-#include <lx2/FrameGeometry.h>
+#include <base/FrameGeometry.h>
 #include <lx2host/FrameLayout.h>
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 // Samples are bytes for layouts of 8 bit, and of 16 bits for those of 10.
 #pragma once
 
-#include <lx2/FrameGeometry.h>
+#include <base/FrameGeometry.h>
 #include <lx2host/FrameLayout.h>
 #include <lx2host/VideoCore.h>
 

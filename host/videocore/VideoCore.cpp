@@ -1,4 +1,4 @@
-#include <lx2/FrameGeometry.h>
+#include <base/FrameGeometry.h>
 #include <lx2host/FrameLayout.h>
 #include <lx2host/HardwareMemory.h>
 #include <lx2host/VideoCore.h>

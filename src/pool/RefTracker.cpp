@@ -1,0 +1,99 @@
+#include <lx2/LX2GraphicBufferPoolImpl.h>
+#include <lx2/Log.h>
+
+#include <algorithm>
+#include <cinttypes>
+#include <utility>
+
+namespace lx2 {
+
+constexpr LogModule kLog = kBufferLog;
+
+using RefTracker = LX2GraphicBufferPoolImpl::RefTracker;
+
+RefTracker::~RefTracker() {
+    takeAll();
+}
+
+LX2Status RefTracker::holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buffer) {
+    std::lock_guard<std::mutex> guard(mLock);
+    if (buffer == nullptr || buffer->type() != C2BufferData::GRAPHIC)
+        return LX2_BAD_ARG;
+    const uint64_t platformId = buffer->graphic()->id();
+    LX2_LOGT("REF: Added Ref for graphic buf with id:%" PRIu64, platformId);
+    if (mHeld.count(id) != 0)
+        return C2_CANNOT_DO;  // the buffer stays in the argument, which goes after the lock
+    mHeld.emplace(id, Tracked{std::move(buffer), platformId});
+    return C2_OK;
+}
+
+LX2Status RefTracker::dropReference(uint64_t id) {
+    Tracked dropped{};  // released after the lock: its deleter may call back
+    std::lock_guard<std::mutex> guard(mLock);
+    const auto held = mHeld.find(id);
+    if (held == mHeld.end())
+        return C2_CANNOT_DO;
+    dropped = std::move(held->second);
+    mHeld.erase(held);
+    if (dropped.buffer == nullptr)
+        return LX2_ERROR;
+    const auto parked = std::find_if(
+        mStashed.begin(), mStashed.end(),
+        [&](const Tracked& candidate) { return candidate.platformId == dropped.platformId; });
+    if (parked != mStashed.end()) {
+        LX2_LOGT("REF: Released Ref for graphic buf with id : %" PRIu64, dropped.platformId);
+        mAvailable.splice(mAvailable.end(), mStashed, parked);
+    }
+    return C2_OK;
+}
+
+bool RefTracker::stashIfReferenced(const std::shared_ptr<LX2Buffer>& buffer) {
+    const uint64_t platformId = buffer->graphic()->id();
+    std::lock_guard<std::mutex> guard(mLock);
+    const bool isHeld = std::any_of(mHeld.begin(), mHeld.end(), [platformId](const auto& entry) {
+        return entry.second.platformId == platformId;
+    });
+    if (isHeld)
+        mStashed.push_back({buffer, platformId});
+    return isHeld;
+}
+
+LX2Status RefTracker::getPreFetchedAndAvailable(std::shared_ptr<LX2Buffer>* out) {
+    if (out == nullptr)
+        return LX2_BAD_ARG;
+    out->reset();
+    std::lock_guard<std::mutex> guard(mLock);
+    if (mAvailable.empty())
+        return C2_NOT_FOUND;
+    *out = std::move(mAvailable.front().buffer);
+    mAvailable.pop_front();
+    return C2_OK;
+}
+
+RefTracker::Contents RefTracker::takeAll() {
+    std::lock_guard<std::mutex> guard(mLock);
+    Contents all;
+    all.held.swap(mHeld);
+    all.stashed.swap(mStashed);
+    all.available.swap(mAvailable);
+    return all;
+}
+
+LX2Status RefTracker::reset() {
+    Contents all = takeAll();
+    all.held.clear();
+    all.stashed.clear();
+    return C2_OK;
+}
+
+uint64_t RefTracker::heldCount() const {
+    std::lock_guard<std::mutex> guard(mLock);
+    return mHeld.size();
+}
+
+uint64_t RefTracker::pendingCount() const {
+    std::lock_guard<std::mutex> guard(mLock);
+    return mAvailable.size() + mStashed.size();
+}
+
+}  // namespace lx2
