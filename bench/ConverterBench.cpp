@@ -85,7 +85,7 @@ void Software(benchmark::State& state) {
 void SoftwareToMemcpy(benchmark::State& state) {
     const Frame frame(state);
     bench::Compare(
-        state, [&] { memcpy(frame.dst.data(), frame.src.data(), frame.bytes()); },
+        state, 1.05, [&] { memcpy(frame.dst.data(), frame.src.data(), frame.bytes()); },
         [&] { Convert(frame); });
 }
 
@@ -97,7 +97,7 @@ void SoftwareToLibyuv(benchmark::State& state) {
     const uint8_t* cr = frame.src.data() + size_t{frame.width} * frame.height;
     const uint8_t* cb = cr + size_t{frame.width} * frame.height / 4;
     bench::Compare(
-        state,
+        state, 1.0,
         [&] {
             libyuv::I420ToNV12(
                 frame.src.data(), width, cb, width / 2, cr, width / 2, frame.dst.data(), stride,
@@ -124,7 +124,7 @@ void FrontEndToParts(benchmark::State& state) {
                                           MAP_SHARED | MAP_POPULATE, view.fd(), 0));
     };
     bench::Compare(
-        state,
+        state, 1.1,
         [&] {
             const auto &from = *src->graphic(), &to = *dst->graphic();
             uint8_t *source = map(from), *target = map(to);

@@ -95,7 +95,8 @@ void DumpToMapAndOneWrite(benchmark::State& state, uint32_t format) {
     const MemoryFile file;
     const auto frame = Frame(format);
     lx2::bench::Compare(
-        state, [&] { WritePass(file, format, [&] { return frame->graphic()->mapReadOnly(); }); },
+        state, 1.1,
+        [&] { WritePass(file, format, [&] { return frame->graphic()->mapReadOnly(); }); },
         [&] { DumpPass(file, frame); });
 }
 

@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <ctime>
 #include <utility>
 #include <vector>
@@ -22,9 +23,9 @@ inline double Median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-// Counts ours / peer as "ratio".
+// Counts ours / peer as "ratio" and says whether it is at most the aim.
 template <typename Peer, typename Ours>
-void Compare(benchmark::State& state, Peer peer, Ours ours) {
+void Compare(benchmark::State& state, double aim, Peer peer, Ours ours) {
     std::vector<double> peers, own;
     for (auto _ : state) {
         const double start = CpuSeconds();
@@ -36,7 +37,11 @@ void Compare(benchmark::State& state, Peer peer, Ours ours) {
         peers.push_back(middle - start);
         own.push_back(CpuSeconds() - middle);
     }
-    state.counters["ratio"] = Median(std::move(own)) / Median(std::move(peers));
+    const double ratio = Median(std::move(own)) / Median(std::move(peers));
+    state.counters["ratio"] = ratio;
+    char label[32];
+    snprintf(label, sizeof(label), "aim %.2f: %s", aim, ratio <= aim ? "met" : "missed");
+    state.SetLabel(label);
 }
 
 }  // namespace lx2::bench
