@@ -4,9 +4,11 @@
 #include <lx2/LX2FileDump.h>
 #include <lx2/PixFormat.h>
 #include <lx2/ReflectedParamUpdater.h>
+#include <lx2host/OpenResources.h>
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "Blocks.h"
 #include "Fixture.h"
@@ -44,9 +46,7 @@ __attribute__((noinline)) void operator delete[](void* memory, size_t) noexcept 
 }
 
 void* operator new(size_t size, const std::nothrow_t&) noexcept {
-    if (gFailing > 0 && --gFailing == 0)
-        return nullptr;
-    return ::operator new(size);
+    return gFailing > 0 && --gFailing == 0 ? nullptr : malloc(size);
 }
 void* operator new[](size_t size, const std::nothrow_t& tag) noexcept {
     return ::operator new(size, tag);
@@ -80,6 +80,31 @@ TEST_F(OutOfMemoryTest, AConverterSaysWhatItLacksAndConvertsTheNextGeometry) {
                                        Error(kConverter, "convert: configure gbx engine failed")));
         EXPECT_EQ(converter.convert(rgb->graphic(), yuv->graphic()), 0);
     }
+}
+
+// Of all allocations on the way the library itself throws those of its two mappings only.
+TEST_F(OutOfMemoryTest, AConversionThatLacksMemoryLeavesNothingOpen) {
+    LX2ColorConverter().convert(nullptr, nullptr);  // loads what stays loaded
+    const host::OpenResources before;
+    bool failed = true;
+    int thrown = 0;
+    for (int failing = 1; failed; ++failing) {
+        {
+            const auto yuv = GraphicBuffer(64, 64, PixFormat::NV12);
+            const auto rgb = GraphicBuffer(64, 64, PixFormat::RGBA8888);
+            LX2ColorConverter converter;
+            gThrowing = failing;
+            try {
+                converter.convert(yuv->graphic(), rgb->graphic());
+            } catch (const std::bad_alloc&) {
+                ++thrown;
+            }
+            failed = std::exchange(gThrowing, 0) == 0;
+        }
+        host::ResetSyncCounts();  // of brackets whose start had no memory
+        EXPECT_THAT(before.leftOpen(), IsEmpty()) << failing;
+    }
+    EXPECT_EQ(thrown, 2);
 }
 
 TEST_F(OutOfMemoryTest, AFileLoggerThatCannotBeMadeSaysSoAndADumpGoesOn) {

@@ -81,8 +81,8 @@ int32_t Blitter::createSurface(uint32_t* id, uint32_t bits, uint32_t type, const
     if (surface.format == 0 || geometry::IsRgb(surface.format) != IsRgbType(type))
         return kBlitUnknownFormat;
     std::lock_guard<std::mutex> guard(mLock);
+    mSurfaces[mNextSurface] = surface;
     *id = mNextSurface++;
-    mSurfaces[*id] = surface;
     return kBlitOk;
 }
 
@@ -137,8 +137,8 @@ int32_t Blitter::map(int fd, void* cpu, size_t length, uint32_t flags, uint64_t*
     }
     constexpr uint64_t kPage = 4096;
     std::lock_guard<std::mutex> guard(mLock);
+    mMappings[mNextAddress] = std::move(mapping);
     *gpu = mNextAddress;
-    mMappings[*gpu] = std::move(mapping);
     // An unused page keeps neighbours apart.
     mNextAddress += geometry::Align<uint64_t>(length, kPage) + kPage;
     return kBlitOk;

@@ -20,6 +20,7 @@ enum BlitStatus : int32_t {
     kBlitUnknownFormat = 3,
     kBlitBadAddress = 4,    // not mapped, or the planes reach beyond the mapping
     kBlitNotSupported = 5,  // scaling, parts of a surface, several objects
+    kBlitNoMemory = 6,
 };
 
 class Blitter {

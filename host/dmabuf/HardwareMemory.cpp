@@ -4,6 +4,7 @@
 
 #include <map>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace lx2::host {
@@ -30,9 +31,14 @@ HeldMemory& State() {
 
 std::shared_ptr<HardwareMemory> MapAll(int fd, size_t size) {
     void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    return memory != MAP_FAILED
-               ? std::make_shared<HardwareMemory>(static_cast<uint8_t*>(memory), size)
-               : nullptr;
+    if (memory == MAP_FAILED)
+        return nullptr;
+    try {
+        return std::make_shared<HardwareMemory>(static_cast<uint8_t*>(memory), size);
+    } catch (const std::bad_alloc&) {
+        munmap(memory, size);
+        return nullptr;
+    }
 }
 
 }  // namespace
