@@ -5,6 +5,7 @@
 #include <lx2host/DisplayMetadata.h>
 #include <lx2host/FrameLayout.h>
 #include <lx2host/HardwareMemory.h>
+#include <lx2host/OpenResources.h>
 #include <lx2host/VideoCore.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -96,6 +97,23 @@ TEST(VideoCoreTest, KeepsOneMappingWhileAnyoneHoldsTheMemory) {
     std::ifstream maps("/proc/self/maps");
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(maps), {}).find("lx2-dmabuf"),
               std::string::npos);
+}
+
+TEST(OpenResourcesTest, TellsWhatIsOpenAndWhoMadeIt) {
+    const host::OpenResources before;
+    const auto buffer = GraphicBuffer(64, 48, PixFormat::NV12);
+    const auto mapping = buffer->graphic()->map();
+    std::FILE* file = fopen("/dev/null", "r");
+    EXPECT_THAT(
+        before.leftOpen(),
+        ElementsAre(MatchesRegex("5 descriptors: .*[0-9]+ is graphic 0x[0-9a-f]+ NV12 64x48 "
+                                 "by hardware_test, 8192 bytes; .*[0-9]+ is metadata of "
+                                 "0x[0-9a-f]+ by hardware_test, 16384 bytes.*"),
+                    MatchesRegex("1 buffer mappings: [0-9a-f]+-[0-9a-f]+ is graphic "
+                                 "0x[0-9a-f]+ NV12 64x48 by hardware_test"),
+                    "1 imported handles", "1 cache brackets"));
+    EXPECT_THAT(before.leftOpen()[0], HasSubstr(" is /dev/null"));
+    fclose(file);
 }
 
 TEST(DisplayMetadataTest, KeepsEachKindApartForEveryImport) {

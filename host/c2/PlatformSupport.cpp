@@ -15,7 +15,7 @@ class DmaBufAllocation : public lx2::host::LinearMemory {
         : LinearMemory(capacity), mHandle(native_handle_create(1, 3)) {
         if (mHandle == nullptr)
             return;
-        mHandle->data[0] = lx2::host::AllocateDmaBuf(capacity);
+        mHandle->data[0] = lx2::host::AllocateDmaBuf(capacity, "linear");
         mHandle->data[1] = static_cast<int>(capacity);
         mHandle->data[2] = 0;  // the capacity's upper half
         mHandle->data[3] = static_cast<int>(0xC2696F00);

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <linux/dma-buf.h>
 #include <lx2host/DmaBuf.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -23,8 +24,7 @@ namespace lx2::host {
 
 namespace {
 
-constexpr const char* kName = "lx2-dmabuf";
-constexpr const char* kLinkPrefix = "/memfd:lx2-dmabuf";
+constexpr const char* kLinkPrefix = "/memfd:lx2-dmabuf ";
 
 // One kind of bracket: the memory, by its inode, and the access that the bracket opened.
 using Bracket = std::tuple<dev_t, ino_t, uint64_t>;
@@ -103,8 +103,12 @@ int Sync(int fd, const dma_buf_sync* sync) {
 
 }  // namespace
 
-int AllocateDmaBuf(size_t size) {
-    const int fd = memfd_create(kName, MFD_CLOEXEC);
+int AllocateDmaBuf(size_t size, const char* what) {
+    char thread[16] = "";
+    pthread_getname_np(pthread_self(), thread, sizeof(thread));
+    char name[200];
+    snprintf(name, sizeof(name), "lx2-dmabuf %s by %s", what, thread);
+    const int fd = memfd_create(name, MFD_CLOEXEC);
     if (fd >= 0 && ftruncate(fd, static_cast<off_t>(size)) != 0) {
         close(fd);
         return -1;

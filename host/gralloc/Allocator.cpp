@@ -11,6 +11,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cinttypes>
+#include <cstdio>
 #include <limits>
 #include <utility>
 
@@ -66,8 +68,12 @@ std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t he
     record.format = format;
     record.id = NextId();
     record.size = static_cast<uint32_t>(frame.size);
-    record.fd = AllocateDmaBuf(record.size);
-    record.metadataFd = AllocateDmaBuf(kMetadataSize);
+    char what[100];
+    snprintf(what, sizeof(what), "graphic 0x%" PRIx64 " %s %ux%u", record.id,
+             PixFormat::Str(LayoutFormatOf(format, compressed)), width, height);
+    record.fd = AllocateDmaBuf(record.size, what);
+    snprintf(what, sizeof(what), "metadata of 0x%" PRIx64, record.id);
+    record.metadataFd = AllocateDmaBuf(kMetadataSize, what);
 
     OwnedHandle wrapped;
     if (record.fd >= 0 && record.metadataFd >= 0)

@@ -17,8 +17,9 @@
 
 namespace lx2::host {
 
-// A descriptor of size bytes of zeroed memory, or -1. The caller owns it.
-LX2_HOST_API int AllocateDmaBuf(size_t size);
+// A descriptor of size bytes of zeroed memory, or -1. The caller owns it. The memory is named after
+// what it is for and the thread that allocated it; /proc and OpenResources show the name.
+LX2_HOST_API int AllocateDmaBuf(size_t size, const char* what = "memory");
 
 // Whether fd is such memory, whichever process allocated it.
 LX2_HOST_API bool IsDmaBuf(int fd);

@@ -12,6 +12,7 @@
 #include <lx2host/DmaBuf.h>
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,13 +23,14 @@ class LX2_HOST_API OpenResources {
     // Counts what is open now.
     OpenResources();
 
-    // One line for each kind of which more is open now than when this object counted; empty when
-    // all is closed.
+    // One line for each kind of which more is open now than when this object counted, which says of
+    // descriptors and mappings what the first of them are: path, or of a buffer the allocation's
+    // id, format, size and the thread that made it. Empty when all is closed.
     std::vector<std::string> leftOpen() const;
 
   private:
-    uint64_t mDescriptors;
-    uint64_t mMappings;
+    std::set<std::string> mDescriptors;
+    std::set<std::string> mMappings;
     uint64_t mImports;
     uint64_t mBrackets;
 };
