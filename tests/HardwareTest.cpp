@@ -31,7 +31,7 @@ void ExpectRowsWhereDescribed(const host::PlaneLayout& plane, std::vector<uint8_
     std::vector<uint16_t> wide(plane.values());
     for (uint32_t y = 0; y < plane.height; ++y) {
         for (Value& value : written)
-            value = static_cast<Value>(random() & (plane.packed ? 0x3FF : 0xFF));
+            value = static_cast<Value>(random() & (sizeof(Value) == 2 ? 0x3FF : 0xFF));
         plane.write(memory->data(), y, written.data());
         plane.read(memory->data(), y, read.data());
         plane.read(memory->data(), y, wide.data());
@@ -43,6 +43,9 @@ void ExpectRowsWhereDescribed(const host::PlaneLayout& plane, std::vector<uint8_
             if (plane.packed) {  // three values of ten bits share a word
                 memcpy(&word, &(*memory)[at], sizeof(word));
                 word = word >> i % 3 * 10 & 0x3FF;
+            } else if (plane.valueBytes == 2) {  // in the upper ten bits, little endian
+                word |= static_cast<uint32_t>((*memory)[at + 1] << 8);
+                word = word % 64 == 0 ? word / 64 : ~0u;
             }
             ASSERT_EQ(word, written[i]) << i << "," << y;
             ASSERT_LE(++taken->at(at), plane.packed ? 3 : 1) << i << "," << y;
@@ -58,9 +61,10 @@ void ExpectRowsWhereDescribed(const host::PlaneLayout& plane, std::vector<uint8_
 
 TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
     const std::pair<uint32_t, uint32_t> sizes[] = {{1, 1}, {3, 5}, {33, 9}, {49, 17}, {200, 131}};
-    for (uint32_t format : {PixFormat::RGBA8888, PixFormat::RGBA8888_CMPX, PixFormat::I420,
-                            PixFormat::NV12, PixFormat::YV12, PixFormat::MIREL_NV12,
-                            PixFormat::MIREL_NV12_CMPX, PixFormat::MIREL_TP10}) {
+    for (uint32_t format :
+         {PixFormat::RGBA8888, PixFormat::RGBA8888_CMPX, PixFormat::I420, PixFormat::NV12,
+          PixFormat::YV12, PixFormat::MIREL_NV12, PixFormat::MIREL_NV12_CMPX, PixFormat::MIREL_TP10,
+          PixFormat::MIREL_P010}) {
         for (const auto& [width, height] : sizes) {
             SCOPED_TRACE(std::string(PixFormat::Str(format)) + " " + std::to_string(width));
             const auto layout = host::LayoutOf(format, width, height);
@@ -68,7 +72,7 @@ TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
             std::vector<uint8_t> memory(size, 0xEE), taken(size);
             ASSERT_LE(layout->end(), size);
             for (uint32_t i = 0; i < layout->planeCount; ++i) {
-                if (layout->planes[i].packed)
+                if (layout->bitDepth == 10)
                     ExpectRowsWhereDescribed<uint16_t>(layout->planes[i], &memory, &taken);
                 else
                     ExpectRowsWhereDescribed<uint8_t>(layout->planes[i], &memory, &taken);
@@ -81,18 +85,17 @@ TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
 
 TEST(VideoCoreTest, KeepsOneMappingWhileAnyoneHoldsTheMemory) {
     const host::Frame frame = host::TestFrame(200, 130, 10, 3);
-    {
-        const auto block = GraphicBlock(200, 130, PixFormat::MIREL_TP10);
+    for (const uint32_t format : {PixFormat::MIREL_TP10, PixFormat::MIREL_P010}) {
+        const auto block = GraphicBlock(200, 130, format);
         auto buffer = std::make_shared<LX2Buffer>(block);
         const int fd = block->handle()->data[0];
-        EXPECT_TRUE(
-            host::WriteFrame(buffer->graphic()->fd(), 0, PixFormat::MIREL_TP10, frame.view()));
+        EXPECT_TRUE(host::WriteFrame(buffer->graphic()->fd(), 0, format, frame.view()));
         const auto* data = host::HardwareMemory::Of(fd)->data();
         buffer.reset();
         EXPECT_EQ(host::HardwareMemory::Of(fd)->data(), data);
-        const auto read = host::ReadFrame(fd, 0, PixFormat::MIREL_TP10, 200, 130);
+        const auto read = host::ReadFrame(fd, 0, format, 200, 130);
         EXPECT_TRUE(read && *read == frame);
-        EXPECT_FALSE(host::ReadFrame(fd, 1 << 16, PixFormat::MIREL_TP10, 200, 130)) << "the end";
+        EXPECT_FALSE(host::ReadFrame(fd, 1 << 16, format, 200, 130)) << "the end";
     }
     std::ifstream maps("/proc/self/maps");
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(maps), {}).find("lx2-dmabuf"),

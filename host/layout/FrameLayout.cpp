@@ -18,8 +18,9 @@ constexpr uint32_t kTileBytes10 = 64;    // 48 samples, or 24 pairs, in 16 words
 constexpr uint32_t kTileBytesRgba = 64;  // 16 pixels
 
 bool IsLaidOut(uint32_t format, uint32_t width, uint32_t height) {
-    return (geometry::IsYuv(format) || geometry::IsRgb(format)) && width != 0 && height != 0 &&
-           width <= kLargestSide && height <= kLargestSide;
+    const bool known =
+        geometry::IsYuv(format) || geometry::IsRgb(format) || format == PixFormat::MIREL_P010;
+    return known && width != 0 && height != 0 && width <= kLargestSide && height <= kLargestSide;
 }
 
 // Where the allocator puts the planes.
@@ -121,10 +122,15 @@ std::optional<FrameLayout> LayoutAt(uint32_t format, uint32_t width, uint32_t he
             break;
         case PixFormat::NV12:
         case PixFormat::MIREL_NV12:
+        case PixFormat::MIREL_P010:
             frame.planeCount = 2;
             frame.planes[0] = Linear(width, height, 1, at[0]);
             frame.planes[1] = Linear(width / 2, height / 2, 2, at[1]);
             frame.channels = {{{0, 0}, {1, 0}, {1, 1}}};
+            if (format == PixFormat::MIREL_P010) {
+                frame.bitDepth = 10;
+                frame.planes[0].valueBytes = frame.planes[1].valueBytes = 2;
+            }
             break;
         default:
             frame.planeCount = 3;
@@ -169,6 +175,8 @@ FrameAllocation YuvAllocation(uint32_t format, uint32_t width, uint32_t height) 
             return {stride, CmpxNv12<uint32_t>::TileRows(height), size};
         case PixFormat::MIREL_TP10:
             return {stride * 3 / 4, CmpxTp10<uint32_t>::TileRows(height), size};
+        case PixFormat::MIREL_P010:
+            return {stride / 2, Align<uint32_t>(height, 32), size};
         case PixFormat::NV12:
             return {stride, height, size};
         default: {
@@ -182,13 +190,9 @@ FrameAllocation YuvAllocation(uint32_t format, uint32_t width, uint32_t height) 
 }  // namespace
 
 FrameAllocation AllocationOf(uint32_t format, uint32_t width, uint32_t height) {
-    if (format == PixFormat::MIREL_P010) {
-        return {geometry::Stride(format, width) / 2, Align<uint32_t>(height, 32),
-                geometry::FrameSize<uint64_t>(format, width, height)};
-    }
     if (!IsLaidOut(format, width, height))
         return {};
-    if (geometry::IsYuv(format))
+    if (!geometry::IsRgb(format))
         return YuvAllocation(format, width, height);
     const RgbaAlignment aligned = AlignRgba(width, height);
     return {aligned.width, aligned.height,

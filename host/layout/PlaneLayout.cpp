@@ -34,6 +34,19 @@ void Pack(const uint16_t* values, uint32_t count, uint8_t* to) {
     }
 }
 
+// Ten bits above six zeros.
+void ReadUpperBits(const uint8_t* from, uint16_t* values, uint32_t count) {
+    for (; count > 0; --count, from += 2)
+        *values++ = static_cast<uint16_t>((from[0] | from[1] << 8) >> 6);
+}
+
+void WriteUpperBits(const uint16_t* values, uint32_t count, uint8_t* to) {
+    for (; count > 0; --count, ++values) {
+        *to++ = static_cast<uint8_t>(*values << 6);
+        *to++ = static_cast<uint8_t>(*values >> 2);
+    }
+}
+
 // Pieces of a row, kPiece bytes of each tile: copies of a fixed size, which take one or two
 // instructions each.
 template <uint32_t kPiece>
@@ -68,7 +81,7 @@ void ForEachRun(const PlaneLayout& plane, uint32_t row, Run run) {
 }  // namespace
 
 uint32_t PlaneLayout::rowBytes() const {
-    return packed ? geometry::CeilDiv<uint32_t>(values(), 3) * 4 : values();
+    return packed ? geometry::CeilDiv<uint32_t>(values(), 3) * 4 : values() * valueBytes;
 }
 
 uint64_t PlaneLayout::byteAt(uint32_t column, uint32_t row) const {
@@ -100,6 +113,8 @@ void PlaneLayout::read(const uint8_t* frame, uint32_t row, uint16_t* values) con
     ForEachRun(*this, row, [&](uint64_t at, uint32_t first, uint32_t count) {
         if (packed)
             Unpack(frame + at, values + first, count);
+        else if (valueBytes == 2)
+            ReadUpperBits(frame + at, values + first, count);
         else
             std::copy_n(frame + at, count, values + first);
     });
@@ -109,6 +124,8 @@ void PlaneLayout::write(uint8_t* frame, uint32_t row, const uint16_t* values) co
     ForEachRun(*this, row, [&](uint64_t at, uint32_t first, uint32_t count) {
         if (packed)
             Pack(values + first, count, frame + at);
+        else if (valueBytes == 2)
+            WriteUpperBits(values + first, count, frame + at);
         else
             std::transform(values + first, values + first + count, frame + at,
                            [](uint16_t value) { return static_cast<uint8_t>(value); });

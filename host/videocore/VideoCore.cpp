@@ -82,7 +82,7 @@ bool AreAlike(const FrameLayout& a, const FrameLayout& b) {
         const PlaneLayout &left = a.planes[i], &right = b.planes[i];
         if (left.width != right.width || left.height != right.height ||
             left.channels != right.channels || left.packed != right.packed ||
-            a.channels[i].plane != b.channels[i].plane)
+            left.valueBytes != right.valueBytes || a.channels[i].plane != b.channels[i].plane)
             return false;
     }
     return a.planeCount == b.planeCount;
@@ -138,7 +138,7 @@ void CopyFrame(const uint8_t* from, const FrameLayout& source, uint8_t* to,
                const FrameLayout& target) {
     if (AreAlike(source, target)) {
         for (uint32_t i = 0; i < source.planeCount; ++i) {
-            if (source.planes[i].packed)
+            if (source.bitDepth > 8)
                 CopyPlane<uint16_t>(from, source.planes[i], to, target.planes[i]);
             else
                 CopyPlane<uint8_t>(from, source.planes[i], to, target.planes[i]);

@@ -37,7 +37,8 @@ struct LX2_HOST_API PlaneLayout {
     uint32_t width = 0;           // positions in a row
     uint32_t height = 0;          // rows
     uint32_t channels = 1;        // values that lie side by side at each position
-    bool packed = false;          // three 10-bit values in a 32-bit word, else a byte each
+    bool packed = false;          // three 10-bit values in a 32-bit word, the first in bits 0 to 9
+    uint32_t valueBytes = 1;      // if not packed; of 2, little endian, bits 6 to 15 are the value
     uint64_t offset = 0;          // of the rows or tiles
     uint32_t stride = 0;          // bytes that a row of values takes up, tiled or not
     uint32_t tileBytes = 0;       // bytes of a row within a tile; 0 for a linear plane
@@ -51,10 +52,10 @@ struct LX2_HOST_API PlaneLayout {
     uint64_t byteAt(uint32_t column, uint32_t row) const;  // column in bytes along the row
     uint64_t metadataAt(uint32_t column, uint32_t row) const;
 
-    // The byte that holds a value, and the first of the word that does in a packed plane.
+    // The first byte of those that hold a value: of the whole word in a packed plane.
     uint64_t valueAt(uint32_t x, uint32_t channel, uint32_t row) const {
         const uint32_t value = x * channels + channel;
-        return byteAt(packed ? value / 3 * 4 : value, row);
+        return byteAt(packed ? value / 3 * 4 : value * valueBytes, row);
     }
     // The end of all that belongs to the plane, metadata included.
     uint64_t end() const;
@@ -63,7 +64,7 @@ struct LX2_HOST_API PlaneLayout {
     void read(const uint8_t* frame, uint32_t row, uint16_t* values) const;
     void write(uint8_t* frame, uint32_t row, const uint16_t* values) const;
 
-    // The same in bytes, for planes that are not packed.
+    // The same in bytes, for planes with values of eight bits.
     void read(const uint8_t* frame, uint32_t row, uint8_t* values) const;
     void write(uint8_t* frame, uint32_t row, const uint8_t* values) const;
 
@@ -97,9 +98,8 @@ struct LX2_HOST_API FrameLayout {
     uint64_t end() const;
 };
 
-// A frame as the allocator places it, or placed otherwise. None for a format other than the eight
-// of the video core and the blitter, an empty or an oversized frame, or rows that don't fit their
-// stride.
+// A frame as the allocator places it, or placed otherwise. None for an unknown format, an empty or
+// an oversized frame, or rows that don't fit their stride.
 LX2_HOST_API std::optional<FrameLayout> LayoutOf(uint32_t format, uint32_t width, uint32_t height);
 LX2_HOST_API std::optional<FrameLayout> LayoutAt(uint32_t format, uint32_t width, uint32_t height,
                                                  const PlanePlacements& placements);
