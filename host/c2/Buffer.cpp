@@ -41,3 +41,14 @@ std::shared_ptr<C2Buffer> C2Buffer::CreateLinearBuffer(const C2ConstLinearBlock&
 std::shared_ptr<C2Buffer> C2Buffer::CreateGraphicBuffer(const C2ConstGraphicBlock& block) {
     return std::make_shared<PublicBuffer>(block);
 }
+
+// As of a buffer of one block; the index keeps only what names the structure.
+C2InfoBuffer C2InfoBuffer::CreateLinearBuffer(C2Param::CoreIndex index,
+                                              const C2ConstLinearBlock& block) {
+    return C2InfoBuffer(index.coreIndex(), PublicBuffer(block).data());
+}
+
+C2InfoBuffer C2InfoBuffer::CreateGraphicBuffer(C2Param::CoreIndex index,
+                                               const C2ConstGraphicBlock& block) {
+    return C2InfoBuffer(index.coreIndex(), PublicBuffer(block).data());
+}

@@ -1,5 +1,6 @@
 #include <C2BlockInternal.h>
 #include <Trace.h>
+#include <lx2host/BlockPools.h>
 #include <lx2host/Gralloc.h>
 #include <lx2host/GraphicPools.h>
 
@@ -31,7 +32,8 @@ std::shared_ptr<C2GraphicAllocation> Allocate(const Geometry& geometry) {
 
 class BasicGraphicPool : public C2BlockPool {
   public:
-    local_id_t getLocalId() const override { return BASIC_GRAPHIC; }
+    explicit BasicGraphicPool(local_id_t id) : mId(id) {}
+    local_id_t getLocalId() const override { return mId; }
     uint32_t getAllocatorId() const override { return 1; }
 
     c2_status_t fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
@@ -41,6 +43,9 @@ class BasicGraphicPool : public C2BlockPool {
         *block = allocation ? _C2BlockFactory::CreateGraphicBlock(allocation) : nullptr;
         return *block != nullptr ? C2_OK : C2_NO_MEMORY;
     }
+
+  private:
+    const local_id_t mId;
 };
 
 struct Slot {
@@ -51,14 +56,15 @@ struct Slot {
 
 }  // namespace
 
-std::shared_ptr<C2BlockPool> CreateBasicGraphicPool() {
-    return std::make_shared<BasicGraphicPool>();
+std::shared_ptr<C2BlockPool> CreateBasicGraphicPool(C2BlockPool::local_id_t id) {
+    return std::make_shared<BasicGraphicPool>(id);
 }
 
 // Outlives the pool in the leases of its blocks.
 struct SlotGraphicPool::State {
     explicit State(size_t count) : slots(count) {}
 
+    const C2BlockPool::local_id_t id = NewBlockPoolId();
     std::mutex lock;
     std::vector<Slot> slots;
     std::optional<size_t> again;  // the slot that the next fetch hands out whatever it is doing
@@ -108,7 +114,7 @@ SlotGraphicPool::SlotGraphicPool(size_t slots) : mState(std::make_shared<State>(
 SlotGraphicPool::~SlotGraphicPool() = default;
 
 C2BlockPool::local_id_t SlotGraphicPool::getLocalId() const {
-    return PLATFORM_START;
+    return mState->id;
 }
 
 uint32_t SlotGraphicPool::getAllocatorId() const {

@@ -23,7 +23,6 @@ enum : uint32_t {
     kParamIndexKvaMetadata = C2Param::TYPE_INDEX_VENDOR_START + 0x2E,
     kParamIndexKvaRates = C2Param::TYPE_INDEX_VENDOR_START + 0x2F,
     kParamIndexRefreshRate = C2Param::TYPE_INDEX_VENDOR_START + 0x35,
-    kParamIndexHdrDynamicMetadata = 0x1811,  // not a vendor's own
 };
 
 // The presentation time of the frame in a buffer.
@@ -68,10 +67,6 @@ struct LX2_API C2KvaRatesStruct {
 } C2_PACK;
 using C2StreamKvaRatesTuning = C2StreamParam<C2Tuning, C2KvaRatesStruct>;
 
-// HDR dynamic metadata, as many bytes as the frame has.
-using C2StreamHdrDynamicMetadataInfo =
-    C2StreamParam<C2Info, C2BlobValue, kParamIndexHdrDynamicMetadata>;
-
 // Taken by setMetadata() as they are: a word at least of what the display stack defines.
 using C2StreamInterlaceInfo = C2StreamParam<C2Info, C2Uint32Value, kParamIndexInterlace>;
 using C2StreamRefreshRateInfo = C2StreamParam<C2Info, C2Uint32Value, kParamIndexRefreshRate>;
@@ -92,7 +87,7 @@ static_assert(offsetof(C2KvaMetadataStruct, flags) == 1036 - 8);
 static_assert(offsetof(C2KvaMetadataStruct, further) == 1040 - 8);
 static_assert(C2StreamKvaRatesTuning::input::PARAM_TYPE == 0x4200802F);
 static_assert(sizeof(C2StreamKvaRatesTuning::input) == 16);
-static_assert(C2StreamHdrDynamicMetadataInfo::input::PARAM_TYPE == 0xC2011811);
+static_assert(C2StreamHdr10PlusInfo::input::PARAM_TYPE == 0xC2011811);
 static_assert(C2StreamInterlaceInfo::output::PARAM_TYPE == 0xD200800B);
 static_assert(C2StreamRefreshRateInfo::output::PARAM_TYPE == 0xD2008035);
 

@@ -80,7 +80,7 @@ void AppendHdrDynamic(const lxd::ColorMetaData& record, MetadataParams* out) {
     const uint32_t length = Held(record.dynamicMetaDataLength, sizeof(record.dynamicMetaData));
     if (length == 0)
         return;
-    auto param = C2StreamHdrDynamicMetadataInfo::input::AllocUnique(length, 0u);
+    auto param = C2StreamHdr10PlusInfo::input::AllocUnique(length, 0u);
     memcpy_s(param->m.value, length, record.dynamicMetaData, length);
     out->push_back(std::move(param));
 }

@@ -23,18 +23,27 @@ struct C2Rect {
 
     constexpr bool isEmpty() const { return width == 0 || height == 0; }
     constexpr bool isValid() const { return left <= ~width && top <= ~height; }
-    constexpr operator bool() const { return isValid(); }
+    constexpr operator bool() const { return isValid() && !isEmpty(); }
 
-    // All invalid rectangles are equal, and all empty ones.
+    // Tells whether the other rectangle lies inside this one. An invalid one neither holds anything
+    // nor is held.
+    constexpr bool contains(const C2Rect& other) const {
+        return isValid() && other.isValid() && left <= other.left && top <= other.top &&
+               left + width >= other.left + other.width && top + height >= other.top + other.height;
+    }
+
+    // All invalid rectangles are equal; empty ones are as equal as their numbers.
     constexpr bool operator==(const C2Rect& other) const {
         if (!isValid() || !other.isValid())
             return isValid() == other.isValid();
-        if (isEmpty() || other.isEmpty())
-            return isEmpty() == other.isEmpty();
         return width == other.width && height == other.height && left == other.left &&
                top == other.top;
     }
     constexpr bool operator!=(const C2Rect& other) const { return !(*this == other); }
+    constexpr bool operator<=(const C2Rect& other) const { return other.contains(*this); }
+    constexpr bool operator>=(const C2Rect& other) const { return contains(other); }
+    constexpr bool operator<(const C2Rect& other) const { return *this <= other && *this != other; }
+    constexpr bool operator>(const C2Rect& other) const { return other < *this; }
 
   private:
     constexpr C2Rect(uint32_t w, uint32_t h, uint32_t l, uint32_t t)
@@ -221,6 +230,41 @@ class LX2_HOST_API C2Buffer {
   private:
     C2BufferData mData;
     std::map<uint32_t, std::shared_ptr<C2Info>> mInfos;  // by core index
+};
+
+// A buffer that belongs to a frame without being one, and the parameter that says what it is.
+class LX2_HOST_API C2InfoBuffer {
+  public:
+    C2Param::Index index() const { return mIndex; }
+    const C2BufferData data() const { return mData; }
+
+    static C2InfoBuffer CreateLinearBuffer(C2Param::CoreIndex index,
+                                           const C2ConstLinearBlock& block);
+    static C2InfoBuffer CreateGraphicBuffer(C2Param::CoreIndex index,
+                                            const C2ConstGraphicBlock& block);
+
+  private:
+    C2InfoBuffer(C2Param::Index index, const C2BufferData& data) : mIndex(index), mData(data) {}
+    C2Param::Index mIndex;
+    C2BufferData mData;
+};
+
+class C2Allocator;
+
+// The allocators of a process, by id.
+class C2AllocatorStore {
+  public:
+    using id_t = uint32_t;
+    enum : id_t {
+        DEFAULT_LINEAR = 0,
+        DEFAULT_GRAPHIC = 1,
+        PLATFORM_START = 0x10,
+        VENDOR_START = 0x100,
+    };
+
+    virtual ~C2AllocatorStore() = default;
+    virtual C2String getName() const = 0;
+    virtual c2_status_t fetchAllocator(id_t id, std::shared_ptr<C2Allocator>* const allocator) = 0;
 };
 
 // Hands out blocks. A pool offers what it can and answers C2_OMITTED to the rest.

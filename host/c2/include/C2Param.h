@@ -3,6 +3,7 @@
 #pragma once
 
 #include <C2.h>
+#include <C2Value.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -88,7 +89,8 @@ struct C2Param {
     static std::unique_ptr<C2Param> Copy(const C2Param& source) {
         if (source._mSize < sizeof(C2Param))
             return nullptr;
-        std::unique_ptr<C2Param> copy(new (source._mSize) C2Param(source._mSize, source._mIndex));
+        std::unique_ptr<C2Param> copy(::new (Allocate(source._mSize))
+                                          C2Param(source._mSize, source._mIndex));
         copy->updateFrom(source);
         return copy;
     }
@@ -110,18 +112,15 @@ struct C2Param {
     }
 
     // Parameters are longer than their static type says, so they are given back without a size.
-    static void* operator new(size_t size) { return ::operator new(size); }
-    static void* operator new(size_t, void* place) { return place; }
     static void operator delete(void* memory) { ::operator delete(memory); }
 
   protected:
-    // A parameter of size bytes whose body is zeroed.
-    static void* operator new(size_t, uint32_t size) {
+    // Zeroed memory of a parameter of size bytes.
+    static void* Allocate(uint32_t size) {
         void* memory = ::operator new(size);
         memset(memory, 0, size);
         return memory;
     }
-    static void operator delete(void* memory, uint32_t) { ::operator delete(memory); }
 
     // The bits of a stream id; those of an invalid one for an id that is too large.
     static constexpr uint32_t MakeStreamId(unsigned stream) {
@@ -163,3 +162,4 @@ struct C2Info : C2Param {
 };
 
 #include <C2ParamReflection.h>
+#include <C2ParamValues.h>

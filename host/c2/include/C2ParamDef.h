@@ -119,12 +119,12 @@ struct Concrete : public T, public S {
     template <typename... Args, uint32_t W = Where, std::enable_if_t<(W & kStream) != 0, int> = 0>
     Concrete(unsigned stream, Args&&... args)
         : T(sizeof(Concrete), PARAM_TYPE | C2Param::MakeStreamId(stream)),
-          S{std::forward<Args>(args)...} {}
+          S(std::forward<Args>(args)...) {}
     template <typename Arg, typename... Args, uint32_t W = Where,
               std::enable_if_t<
                   (W & kStream) == 0 && !std::is_base_of_v<Concrete, std::decay_t<Arg>>, int> = 0>
     Concrete(Arg&& arg, Args&&... args)
-        : T(sizeof(Concrete), PARAM_TYPE), S{std::forward<Arg>(arg), std::forward<Args>(args)...} {}
+        : T(sizeof(Concrete), PARAM_TYPE), S(std::forward<Arg>(arg), std::forward<Args>(args)...) {}
 
     static Concrete* From(C2Param* param) {
         return param != nullptr && param->type().type() == PARAM_TYPE &&
@@ -152,7 +152,7 @@ struct Concrete<T, S, Core, Where, true> : public T {
         if (count > (std::numeric_limits<uint32_t>::max() - sizeof(Concrete)) / kElement)
             return nullptr;
         const auto size = static_cast<uint32_t>(sizeof(Concrete) + count * kElement);
-        return std::unique_ptr<Concrete>(new (size) Concrete(size, stream));
+        return std::unique_ptr<Concrete>(::new (C2Param::Allocate(size)) Concrete(size, stream));
     }
     static std::shared_ptr<Concrete> AllocShared(size_t count, unsigned stream = 0) {
         return AllocUnique(count, stream);
@@ -169,12 +169,8 @@ struct Concrete<T, S, Core, Where, true> : public T {
     }
     static const Concrete* From(const C2Param* param) { return From(const_cast<C2Param*>(param)); }
 
-    static void operator delete(void* memory) { C2Param::operator delete(memory); }
-
   private:
     static constexpr size_t kElement = sizeof(typename S::FlexType);
-    static void* operator new(size_t, uint32_t size) { return C2Param::operator new(0, size); }
-    static void operator delete(void* memory, uint32_t) { C2Param::operator delete(memory); }
     Concrete(uint32_t size, unsigned stream)
         : T(size, PARAM_TYPE | ((Where & kStream) != 0 ? C2Param::MakeStreamId(stream) : 0)) {}
 };

@@ -13,24 +13,15 @@ struct _C2FieldId {
     bool operator==(const _C2FieldId& other) const {
         return _mOffset == other._mOffset && _mSize == other._mSize;
     }
+    // By offset; a field comes after the structure that it begins.
+    bool operator<(const _C2FieldId& other) const {
+        return _mOffset != other._mOffset ? _mOffset < other._mOffset : _mSize > other._mSize;
+    }
 
   private:
     friend struct _C2ParamInspector;
     uint32_t _mOffset;
     uint32_t _mSize;
-};
-
-// What a value is.
-class C2Value {
-  public:
-    enum type_t : uint32_t { NO_INIT, INT32, UINT32, CNTR32, INT64, UINT64, CNTR64, FLOAT };
-    union Primitive {
-        int32_t i32;
-        uint32_t u32;
-        int64_t i64;
-        uint64_t u64;
-        float fp;
-    };
 };
 
 // One field of a structure.
@@ -79,18 +70,10 @@ struct C2FieldDescriptor {
     // What the type of a member says of it. T: the element type of an array.
     template <typename T, bool Array = false>
     static constexpr uint32_t OfType() {
-        if constexpr (std::is_enum_v<T>)
-            return OfType<std::underlying_type_t<T>>();
-        else if constexpr (std::is_same_v<T, int32_t>)
-            return INT32;
-        else if constexpr (std::is_same_v<T, uint32_t>)
+        if constexpr (C2Value::TypeFor<T>() != C2Value::NO_INIT)
+            return C2Value::TypeFor<T>();
+        else if constexpr (std::is_same_v<T, C2Param::Index>)
             return UINT32;
-        else if constexpr (std::is_same_v<T, int64_t>)
-            return INT64;
-        else if constexpr (std::is_same_v<T, uint64_t>)
-            return UINT64;
-        else if constexpr (std::is_same_v<T, float>)
-            return FLOAT;
         else if constexpr (Array && std::is_same_v<T, char>)
             return STRING;
         else if constexpr (Array && std::is_same_v<T, uint8_t>)
@@ -157,7 +140,10 @@ struct C2ParamDescriptor {
     C2String name() const { return _mName; }
     bool isRequired() const { return (_mAttrib & IS_REQUIRED) != 0; }
     bool isPersistent() const { return (_mAttrib & IS_PERSISTENT) != 0; }
+    bool isStrict() const { return (_mAttrib & IS_STRICT) != 0; }
     bool isReadOnly() const { return (_mAttrib & IS_READ_ONLY) != 0; }
+    bool isVisible() const { return (_mAttrib & IS_HIDDEN) == 0; }
+    bool isPublic() const { return (_mAttrib & IS_INTERNAL) == 0; }
     const std::vector<C2Param::Index>& dependencies() const { return _mDependencies; }
 
   private:

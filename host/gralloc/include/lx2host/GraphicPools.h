@@ -10,11 +10,13 @@
 namespace lx2::host {
 
 // Allocates every block anew: the platform's basic graphic pool.
-LX2_HOST_API std::shared_ptr<C2BlockPool> CreateBasicGraphicPool();
+LX2_HOST_API std::shared_ptr<C2BlockPool> CreateBasicGraphicPool(
+    C2BlockPool::local_id_t id = C2BlockPool::BASIC_GRAPHIC);
 
 // A pool with a fixed number of slots, as one behind a surface. A fetch takes a slot and answers
 // C2_BLOCKING when all are out; the slot comes back when the last block of it goes, which may be
-// after the pool. Safe to use from several threads.
+// after the pool. Each pool has an id of its own, under which a component finds it once it is
+// registered (lx2host/BlockPools.h). Safe to use from several threads.
 class LX2_HOST_API SlotGraphicPool : public C2BlockPool {
   public:
     explicit SlotGraphicPool(size_t slots);
