@@ -1,0 +1,369 @@
+// The decoder component as a client has it: loaded from its library, and driven with work.
+#include <C2Component.h>
+#include <C2ComponentFactory.h>
+#include <C2Config.h>
+#include <C2PlatformSupport.h>
+#include <dlfcn.h>
+#include <lx2/LX2BufferPool.h>
+#include <lx2/PixFormat.h>
+#include <lx2/ReflectedParamUpdater.h>
+#include <lx2host/GraphicPools.h>
+#include <lx2host/OpenResources.h>
+#include <lx2host/VideoCore.h>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <random>
+#include <thread>
+
+#include "Fixture.h"
+
+namespace lx2::test {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Bytes = std::vector<uint8_t>;
+constexpr auto kLongest = std::chrono::seconds(30);
+constexpr uint32_t kEos = C2FrameData::FLAG_END_OF_STREAM;
+constexpr uint32_t kConfig = C2FrameData::FLAG_CODEC_CONFIG;
+constexpr uint32_t kIncomplete = C2FrameData::FLAG_INCOMPLETE;
+
+struct Clip {
+    std::string mediaType;
+    std::vector<Bytes> units;
+    std::vector<size_t> keys;  // units that are key frames
+    std::vector<host::Frame> frames;
+};
+
+host::Frame FrameOf(const AVFrame& from) {
+    host::Frame frame(from.width, from.height, from.format == AV_PIX_FMT_YUV420P10LE ? 10 : 8);
+    const auto copy = [&](int plane, uint32_t width, uint32_t height, std::vector<uint16_t>* to) {
+        for (uint32_t y = 0; y < height; ++y)
+            for (uint32_t x = 0; x < width; ++x) {
+                const uint8_t* row = from.data[plane] + y * from.linesize[plane];
+                (*to)[y * width + x] =
+                    frame.bitDepth == 8 ? row[x] : reinterpret_cast<const uint16_t*>(row)[x];
+            }
+    };
+    copy(0, frame.width, frame.height, &frame.y);
+    copy(1, frame.chromaWidth(), frame.chromaHeight(), &frame.cb);
+    copy(2, frame.chromaWidth(), frame.chromaHeight(), &frame.cr);
+    return frame;
+}
+
+// A sample, cut into units by libavformat and decoded by libavcodec alone.
+Clip ReadClip(const char* name) {
+    Clip clip;
+    AVFormatContext* file = nullptr;
+    const std::string path = std::string(LX2_SAMPLES_DIR) + "/" + name;
+    if (avformat_open_input(&file, path.c_str(), nullptr, nullptr) != 0)
+        return clip;
+    avformat_find_stream_info(file, nullptr);
+    const AVCodecID id = file->streams[0]->codecpar->codec_id;
+    clip.mediaType = id == AV_CODEC_ID_H264   ? "video/avc"
+                     : id == AV_CODEC_ID_HEVC ? "video/hevc"
+                     : id == AV_CODEC_ID_VP8  ? "video/x-vnd.on2.vp8"
+                                              : "video/x-vnd.on2.vp9";
+    AVCodecContext* decoder = avcodec_alloc_context3(avcodec_find_decoder(id));
+    avcodec_open2(decoder, nullptr, nullptr);
+    AVPacket* packet = av_packet_alloc();
+    AVFrame* frame = av_frame_alloc();
+    const auto decode = [&](const AVPacket* unit) {
+        avcodec_send_packet(decoder, unit);
+        while (avcodec_receive_frame(decoder, frame) == 0)
+            clip.frames.push_back(FrameOf(*frame));
+    };
+    while (av_read_frame(file, packet) == 0) {
+        if ((packet->flags & AV_PKT_FLAG_KEY) != 0)
+            clip.keys.push_back(clip.units.size());
+        clip.units.emplace_back(packet->data, packet->data + packet->size);
+        decode(packet);
+        av_packet_unref(packet);
+    }
+    decode(nullptr);
+    av_frame_free(&frame);
+    av_packet_free(&packet);
+    avcodec_free_context(&decoder);
+    avformat_close_input(&file);
+    return clip;
+}
+
+const Clip& ClipOf(const char* name) {
+    static std::map<std::string, Clip> clips;
+    auto& clip = clips[name];
+    if (clip.units.empty())
+        clip = ReadClip(name);
+    return clip;
+}
+
+// What came back.
+struct Returned {
+    uint64_t index = 0;
+    uint64_t timestamp = 0;
+    uint32_t flags = 0;
+    c2_status_t result = C2_OK;
+    std::shared_ptr<C2Buffer> buffer;
+    std::vector<uint32_t> updates;  // indices
+};
+
+std::optional<host::Frame> Shown(const std::shared_ptr<C2Buffer>& buffer) {
+    const auto wrapped = LX2Buffer::CreateFromC2Buffer(buffer);
+    const LX2Buffer::Graphic& view = *wrapped->graphic();
+    return host::ReadFrame(view.fd(), view.offset(), view.format(), view.effectiveWidth(),
+                           view.effectiveHeight());
+}
+
+class Client : public C2Component::Listener {
+  public:
+    void onWorkDone_nb(std::weak_ptr<C2Component>,
+                       std::list<std::unique_ptr<C2Work>> works) override {
+        std::lock_guard<std::mutex> guard(mLock);
+        for (const auto& work : works)
+            take(*work);
+        mChanged.notify_all();
+    }
+    void onTripped_nb(std::weak_ptr<C2Component>,
+                      std::vector<std::shared_ptr<C2SettingResult>>) override {}
+    void onError_nb(std::weak_ptr<C2Component>, uint32_t code) override {
+        std::lock_guard<std::mutex> guard(mLock);
+        errors.push_back(code);
+        mChanged.notify_all();
+    }
+
+    template <typename Condition>
+    bool wait(Condition condition) {
+        std::unique_lock<std::mutex> lock(mLock);
+        return mChanged.wait_for(lock, kLongest, condition);
+    }
+    // Until so many works have come back as a whole.
+    bool waitFor(size_t works) {
+        return wait([&] { return whole >= works; });
+    }
+
+    std::vector<Returned> returned;
+    std::vector<host::Frame> frames;
+    std::vector<uint32_t> errors;
+    size_t whole = 0;
+    size_t kept = 0;  // the first buffers, which the client does not give back
+
+  private:
+    void take(const C2Work& work) {
+        const C2FrameData& output = work.worklets.front()->output;
+        Returned back{output.ordinal.frameIndex.peekull(),
+                      output.ordinal.timestamp.peekull(),
+                      output.flags,
+                      work.result,
+                      nullptr,
+                      {}};
+        EXPECT_EQ(work.workletsProcessed, 1u);
+        for (const auto& buffer : work.input.buffers)
+            EXPECT_EQ(buffer, nullptr);
+        for (const auto& update : output.configUpdate)
+            back.updates.push_back(update->index());
+        if (!output.buffers.empty()) {
+            if (const auto frame = Shown(output.buffers.front()))
+                frames.push_back(*frame);
+            if (frames.size() <= kept)
+                back.buffer = output.buffers.front();
+        }
+        whole += (back.flags & kIncomplete) == 0 ? 1 : 0;
+        returned.push_back(std::move(back));
+    }
+
+    std::mutex mLock;
+    std::condition_variable mChanged;
+};
+
+class DecoderComponentTest : public Fixture {
+  protected:
+    DecoderComponentTest() {
+        void* library = dlopen(LX2_DECODER, RTLD_NOW | RTLD_LOCAL);
+        const auto create = reinterpret_cast<C2ComponentFactory::CreateCodec2FactoryFunc>(
+            dlsym(library, "CreateCodec2Factory"));
+        const auto destroy = reinterpret_cast<C2ComponentFactory::DestroyCodec2FactoryFunc>(
+            dlsym(library, "DestroyCodec2Factory"));
+        C2ComponentFactory* factory = create();
+        EXPECT_EQ(factory->createComponent(1, &component), C2_OK);
+        destroy(factory);
+        dlclose(library);  // the component needs it still
+        EXPECT_EQ(component->setListener_vb(client, C2_DONT_BLOCK), C2_OK);
+    }
+
+    void open(const Clip& clip) {
+        const auto type = C2PortMediaTypeSetting::input::AllocUnique(clip.mediaType.size() + 1);
+        memcpy(type->m.value, clip.mediaType.c_str(), clip.mediaType.size() + 1);
+        config({type.get()});
+        ASSERT_EQ(component->start(), C2_OK);
+    }
+    // A new client and a new start.
+    void again(const Clip& clip) {
+        client = std::make_shared<Client>();
+        queued = 0;
+        EXPECT_EQ(component->setListener_vb(client, C2_DONT_BLOCK), C2_OK);
+        open(clip);
+    }
+    void config(const std::vector<C2Param*>& params) {
+        std::vector<std::unique_ptr<C2SettingResult>> failures;
+        EXPECT_EQ(component->intf()->config_vb(params, C2_MAY_BLOCK, &failures), C2_OK);
+    }
+
+    // Queues one work; no buffer without a unit.
+    void queue(const Bytes* unit, uint32_t flags = 0) {
+        auto work = std::make_unique<C2Work>();
+        work->input.flags = C2FrameData::flags_t(flags);
+        work->input.ordinal.frameIndex = queued;
+        work->input.ordinal.timestamp = 40000 * queued++;
+        work->worklets.push_back(std::make_unique<C2Worklet>());
+        if (unit != nullptr)
+            work->input.buffers.push_back(bufferOf(*unit));
+        std::list<std::unique_ptr<C2Work>> list;
+        list.push_back(std::move(work));
+        ASSERT_EQ(component->queue_nb(&list), C2_OK);
+        EXPECT_TRUE(list.empty());
+    }
+    void queue(const Clip& clip, size_t from, size_t to, uint32_t lastFlags = 0) {
+        for (size_t i = from; i < to; ++i)
+            queue(&clip.units[i], i + 1 == to ? lastFlags : 0);
+    }
+    std::shared_ptr<C2Buffer> bufferOf(const Bytes& unit) {
+        std::shared_ptr<C2BlockPool> blocks;
+        android::GetCodec2BlockPool(C2BlockPool::BASIC_LINEAR, nullptr, &blocks);
+        LX2LinearBufferPool pool(blocks,
+                                 C2MemoryUsage::CPU_READ | uint64_t{C2MemoryUsage::CPU_WRITE});
+        pool.setBufferSize(std::max<uint32_t>(unit.size(), 1));
+        std::shared_ptr<LX2Buffer> buffer;
+        EXPECT_EQ(pool.allocate(&buffer), C2_OK);
+        std::copy(unit.begin(), unit.end(), buffer->linear()->map()->data());
+        buffer->linear()->setRange(0, unit.size());
+        return buffer->getSharedBuffer();
+    }
+    size_t flush() {
+        std::list<std::unique_ptr<C2Work>> works;
+        EXPECT_EQ(component->flush_sm(C2Component::FLUSH_COMPONENT, &works), C2_OK);
+        return works.size();
+    }
+    // Each work once, with what was given with it, the frames in the order of display.
+    void expectAll(const Clip& clip) {
+        ASSERT_TRUE(client->waitFor(queued)) << client->whole << " of " << queued;
+        std::vector<uint64_t> indices;
+        for (const Returned& each : client->returned) {
+            EXPECT_EQ(each.result, C2_OK);
+            EXPECT_EQ(each.timestamp, 40000 * each.index);
+            if ((each.flags & kIncomplete) == 0)
+                indices.push_back(each.index);
+        }
+        std::sort(indices.begin(), indices.end());
+        EXPECT_EQ(std::adjacent_find(indices.begin(), indices.end()), indices.end());
+        EXPECT_EQ(indices.size(), queued);
+        EXPECT_TRUE(client->frames == clip.frames)
+            << client->frames.size() << " frames for " << clip.frames.size();
+    }
+
+    std::shared_ptr<Client> client = std::make_shared<Client>();
+    std::shared_ptr<C2Component> component;
+    uint64_t queued = 0;
+};
+
+TEST_F(DecoderComponentTest, EachCallIsTakenInItsStatesOnly) {
+    std::list<std::unique_ptr<C2Work>> none;
+    const auto calls = [&] {
+        return std::vector<int>{component->queue_nb(&none),
+                                component->flush_sm(C2Component::FLUSH_COMPONENT, &none),
+                                component->drain_nb(C2Component::DRAIN_COMPONENT_WITH_EOS),
+                                component->setListener_vb(client, C2_MAY_BLOCK),
+                                component->setListener_vb(nullptr, C2_MAY_BLOCK)};
+    };
+    const auto taken = ElementsAre(C2_OK, C2_OK, C2_OK, C2_BAD_STATE, C2_OK);
+    const auto idle = ElementsAre(C2_BAD_STATE, C2_BAD_STATE, C2_BAD_STATE, C2_OK, C2_OK);
+    EXPECT_THAT(calls(), idle);
+    EXPECT_EQ(component->stop(), C2_BAD_STATE);
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(component->start(), C2_OK);
+        EXPECT_EQ(component->start(), C2_BAD_STATE);
+        EXPECT_EQ(component->release(), C2_BAD_STATE);
+        EXPECT_EQ(component->drain_nb(C2Component::DRAIN_CHAIN), C2_BAD_VALUE);
+        EXPECT_THAT(calls(), taken);
+        EXPECT_EQ(i < 5 ? component->stop() : component->reset(), C2_OK);
+        EXPECT_EQ(component->stop(), C2_BAD_STATE);
+        EXPECT_EQ(component->reset(), C2_OK);
+        EXPECT_THAT(calls(), idle);
+    }
+    EXPECT_EQ(component->release(), C2_OK);
+    EXPECT_EQ(component->release(), C2_DUPLICATE);
+    EXPECT_THAT(calls(), testing::Each(C2_BAD_STATE));
+    EXPECT_EQ(component->start(), C2_BAD_STATE);
+    EXPECT_EQ(component->reset(), C2_BAD_STATE);
+    C2StreamPictureSizeInfo::output size;
+    EXPECT_EQ(component->intf()->query_vb({&size}, {}, C2_MAY_BLOCK, nullptr), C2_BAD_STATE);
+}
+
+TEST_F(DecoderComponentTest, EveryStreamComesBackWholeInTheOrderOfDisplay) {
+    for (const char* name :
+         {"avc.264", "hevc.265", "hevc10_hdr.265", "vp8.ivf", "vp9.ivf", "avc_crop.264"}) {
+        SCOPED_TRACE(name);
+        const Clip& clip = ClipOf(name);
+        again(clip);
+        queue(clip, 0, clip.units.size(), kEos);
+        expectAll(clip);
+        EXPECT_EQ(client->returned.back().flags, kEos);
+        EXPECT_EQ(component->stop(), C2_OK);
+    }
+}
+
+// Its end alone, twice, with nothing but the end, and with a unit after it.
+TEST_F(DecoderComponentTest, AStreamEndsInEveryWay) {
+    const Clip& clip = ClipOf("avc.264");
+    again(clip);
+    queue(nullptr, kEos);
+    ASSERT_TRUE(client->waitFor(1));
+    EXPECT_EQ(client->returned.back().flags, kEos);
+    queue(&clip.units[0], kEos);
+    queue(clip, 0, clip.units.size());
+    queue(nullptr);
+    queue(nullptr, kEos);
+    queue(nullptr, kEos);
+    ASSERT_TRUE(client->waitFor(queued));
+    std::vector<uint64_t> ends;
+    for (const Returned& each : client->returned)
+        if (each.flags == kEos)
+            ends.push_back(each.index);
+    EXPECT_THAT(ends, ElementsAre(0, 1, queued - 2, queued - 1));
+    EXPECT_EQ(client->returned.back().index, queued - 1);
+    ASSERT_EQ(client->frames.size(), clip.frames.size() + 1);
+    EXPECT_EQ(client->frames.front(), clip.frames.front());
+    client->frames.erase(client->frames.begin());
+    EXPECT_EQ(client->frames, clip.frames);
+}
+
+TEST_F(DecoderComponentTest, AfterAFlushItGoesOnFromAKeyFrame) {
+    for (const char* name : {"avc.264", "hevc.265", "vp9.ivf"}) {
+        SCOPED_TRACE(name);
+        const Clip& clip = ClipOf(name);
+        again(clip);
+        size_t flushed = flush();
+        EXPECT_EQ(flushed, 0u);
+        queue(clip, 0, 20);
+        ASSERT_TRUE(client->waitFor(5));
+        flushed += flush();
+        queue(clip, 0, clip.units.size(), kEos);
+        ASSERT_TRUE(client->waitFor(queued - flushed));
+        ASSERT_GE(client->frames.size(), clip.frames.size());
+        client->frames.erase(client->frames.begin(),
+                             client->frames.end() - static_cast<ptrdiff_t>(clip.frames.size()));
+        EXPECT_EQ(client->frames, clip.frames);
+        EXPECT_EQ(flush(), 0u);
+        EXPECT_EQ(client->whole, queued - flushed);
+        component->stop();
+    }
+}
+
+}  // namespace
+
+}  // namespace lx2::test
