@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <random>
 #include <tuple>
 
 #include "Blocks.h"
@@ -125,6 +126,20 @@ TEST(FramePlanesTest, LieAsTheFormatAndTheHandleSay) {
     }
     EXPECT_EQ(GraphicBuffer(37, 23, PixFormat::MIREL_P010)->graphic()->allocSize(), 12288u);
     EXPECT_EQ(LX2Buffer(std::shared_ptr<C2GraphicBlock>()).graphic()->planes().count, 0u);
+}
+
+TEST(FramePlanesTest, EndsAreExactOrTheLargestNumber) {
+    __extension__ using Wide = unsigned __int128;
+    std::mt19937_64 random(1);
+    const auto figure = [&random] { return random() >> (random() % 64); };
+    for (int i = 0; i < 20000; ++i) {
+        const FramePlanes planes{{{figure(), figure(), figure(), figure()}, {0, 0, 1, 1}}, 2};
+        const FramePlane& plane = planes[0];
+        Wide end = Wide{plane.rows - 1} * plane.pitch + plane.rowBytes + plane.offset;
+        end = plane.rows == 0 ? 0 : std::min<Wide>(end, ~uint64_t{0});
+        EXPECT_EQ(plane.end(), static_cast<uint64_t>(end));
+        EXPECT_EQ(planes.size(), std::max<uint64_t>(plane.end(), 1));
+    }
 }
 
 }  // namespace lx2::test

@@ -3,6 +3,7 @@
 #include <lx2/PixFormat.h>
 #include <lx2host/Mapper.h>
 
+#include <numeric>
 #include <sstream>
 
 #include "Blocks.h"
@@ -264,6 +265,73 @@ TEST_F(GraphicViewTest, MapsTheWholeAllocationAndNoLongerThanItIs) {
     EXPECT_FALSE(watch.expired()) << "a mapping keeps its buffer";
     reader.reset();
     EXPECT_TRUE(watch.expired());
+}
+
+TEST_F(GraphicViewTest, PlanesAreCopiedFromAndToMemoryOfAnyPitch) {
+    for (const uint32_t format : {PixFormat::RGBA8888, PixFormat::I420, PixFormat::YV12,
+                                  PixFormat::NV12, PixFormat::MIREL_NV12, PixFormat::MIREL_P010}) {
+        const auto buffer = GraphicBuffer(37, 23, format);
+        const FramePlanes expected = buffer->graphic()->planes();
+        auto frame = buffer->graphic()->mapPlanes();
+        ASSERT_TRUE(frame) << PixFormat::Str(format);
+        ASSERT_EQ(frame.count(), expected.count);
+        EXPECT_TRUE(frame.isWritable());
+        std::vector<uint8_t> memory(37 * 4 * 23 + 23), copy(memory.size());
+        for (uint32_t i = 0; i < frame.count(); ++i) {
+            std::iota(memory.begin(), memory.end(), static_cast<uint8_t>(i));
+            const auto rowBytes = static_cast<ptrdiff_t>(expected[i].rowBytes);
+            EXPECT_EQ(frame.copyFrom(i, memory.data(), rowBytes + 1), C2_OK);
+            const auto read = buffer->graphic()->mapPlanesReadOnly();
+            EXPECT_FALSE(read.isWritable());
+            EXPECT_EQ(read.copyFrom(i, memory.data(), rowBytes), C2_CANNOT_DO);
+            uint8_t* last = &copy[(expected[i].rows - 1) * expected[i].rowBytes];
+            EXPECT_EQ(read.copyTo(i, last, -rowBytes), C2_OK) << "bottom up";
+            const auto mapping = buffer->graphic()->mapReadOnly();
+            for (uint64_t y = 0; y < expected[i].rows; ++y) {
+                const uint8_t* source = &memory[y * (expected[i].rowBytes + 1)];
+                EXPECT_EQ(memcmp(read[i].row(y), source, expected[i].rowBytes), 0);
+                EXPECT_EQ(memcmp(last - y * expected[i].rowBytes, source, expected[i].rowBytes), 0);
+                const uint64_t at = expected[i].offset + y * expected[i].pitch;
+                EXPECT_EQ(mapping->data()[at], *source);
+            }
+            for (const uint32_t index : {i, frame.count()})
+                EXPECT_EQ(read.copyTo(index, index == i ? nullptr : last, 1), LX2_BAD_ARG);
+        }
+        EXPECT_EQ(frame.copyFrom(0, nullptr, 1), LX2_BAD_ARG);
+        EXPECT_EQ(frame.copyFrom(frame.count(), memory.data(), 1), LX2_BAD_ARG);
+        frame = {};
+        EXPECT_EQ(host::GetSyncCounts().open, 0u) << "the access ends";
+        EXPECT_FALSE(frame || frame.isWritable());
+    }
+}
+
+TEST_F(GraphicViewTest, PlanesThatCannotBeWorkedOnAreEmpty) {
+    const auto expectEmpty = [this](LX2Buffer& buffer, const std::vector<std::string>& errors) {
+        log.take();
+        EXPECT_FALSE(buffer.graphic()->mapPlanes());
+        EXPECT_EQ(log.take(), Errors(kTag, errors));
+    };
+    LX2Buffer none{std::shared_ptr<C2GraphicBlock>()};
+    expectEmpty(none, {});
+    expectEmpty(*GraphicBuffer(64, 64, PixFormat::MIREL_TP10),
+                {"LX2Buffer::Graphic: no planes in format MIREL_TP10"});
+    const auto small = GraphicBuffer(64, 64, PixFormat::NV12);
+    small->graphic()->setAllocSize(64 * 96);
+    EXPECT_TRUE(small->graphic()->mapPlanes());
+    small->graphic()->setAllocSize(64 * 96 - 1);
+    expectEmpty(*small, {"LX2Buffer::Graphic: planes of 6144 bytes exceed the allocation of 6143"});
+    const auto block = GraphicBlock(16, 16, PixFormat::RGBA8888);
+    auto* words = reinterpret_cast<uint32_t*>(const_cast<C2Handle*>(block->handle()));
+    words[28 / 4] = 0x80000000;  // the stride
+    words[40 / 4] = 0x80000001;  // the height: the product is a multiple of 2^64
+    LX2Buffer wide(block);
+    expectEmpty(wide, {"LX2Buffer::Graphic: planes of 18446744073709551615 bytes exceed the "
+                       "allocation of " +
+                       std::to_string(wide.graphic()->allocSize())});
+    small->graphic()->setAllocSize(1 << 30);
+    log.take();
+    EXPECT_FALSE(small->graphic()->mapPlanes());
+    EXPECT_THAT(log.takeTexts(), Contains(HasSubstr("Failed to map")));
 }
 
 TEST_F(GraphicViewTest, AlignsAsEachFormatRequires) {

@@ -14,9 +14,9 @@ void decodeInto(uint8_t* frame, uint32_t size, const uint8_t* unit, uint32_t uni
     EXPECT_TRUE(host::WriteFrame(frame, size, PixFormat::MIREL_NV12_CMPX,
                                  host::TestFrame(1920, 1080, 8, 1)));
 }
-uint32_t encodeInto(uint8_t* unit, uint32_t, const uint8_t* frame, const FramePlanes& planes) {
-    std::copy_n(frame + 540 * planes[0].pitch, planes[0].rowBytes, unit);
-    return static_cast<uint32_t>(planes[0].rowBytes);
+uint32_t encodeInto(uint8_t* unit, uint32_t, const LX2Buffer::Planes& frame) {
+    std::copy_n(frame[0].row(540), frame[0].rowBytes, unit);
+    return static_cast<uint32_t>(frame[0].rowBytes);
 }
 void decodeInto(uint8_t* memory, uint32_t) {
     memory[0] = 1;

@@ -6,12 +6,15 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "Blocks.h"
 #include "Fixture.h"
 
 namespace lx2::test {
+
+using namespace std::chrono_literals;
 
 constexpr const char* kTag = "LX2Buf";
 
@@ -94,10 +97,7 @@ void SetBufferId(const std::shared_ptr<C2GraphicAllocation>& allocation, uint64_
 
 class GraphicPoolTest : public Fixture {
   protected:
-    GraphicPoolTest() {
-        pool->setResolution(320, 240);
-        pool->setFormat(PixFormat::MIREL_NV12);
-    }
+    GraphicPoolTest() { pool->configure(320, 240, PixFormat::MIREL_NV12, 0); }
 
     // What the pool asks for, whatever comes of it.
     Fetch fetched() {
@@ -140,6 +140,7 @@ class GraphicPoolTest : public Fixture {
         return result;
     }
 
+    std::atomic<bool> canceled{false};
     std::shared_ptr<FakePool> c2 = std::make_shared<FakePool>();
     std::unique_ptr<LX2GraphicBufferPool> pool = LX2GraphicBufferPool::Create(c2);
     std::shared_ptr<LX2Buffer> buffer;
@@ -162,6 +163,8 @@ TEST_F(GraphicPoolTest, FormatAndUsageDecideOnTheCompressedLayout) {
     pool->setUsage(0x10000000);
     pool->setUsage(1);
     EXPECT_EQ(fetched().usage, 1u) << "of a linear format the caller's usage is all there is";
+    EXPECT_EQ(pool->configure(64, 32, PixFormat::MIREL_TP10, 3), C2_OK);
+    EXPECT_EQ(fetched(), (Fetch{64, 32, PixFormat::MIREL_TP10, 0x10000003}));
 }
 
 TEST_F(GraphicPoolTest, FailuresLeaveNoBuffer) {
@@ -276,6 +279,61 @@ TEST_F(GraphicPoolTest, RecycledBuffersThatDoNotFitAreDropped) {
     pool->setResolution(640, 240);
     EXPECT_EQ(pool->allocate(&buffer), C2_OK);
     EXPECT_EQ(buffer->graphic()->crop().width, 9u) << "recycled";
+}
+
+TEST_F(GraphicPoolTest, WaitEndsWithABufferAnErrorTheLimitOrACancel) {
+    constexpr auto kLong = 60s;
+    const auto memory = allocation();
+    hold(1, block(memory));
+    const auto wait = [this](std::chrono::milliseconds limit, std::deque<c2_status_t> answers) {
+        buffer = GraphicBuffer(16, 16, PixFormat::NV12);
+        c2->fetches.clear();
+        c2->statuses = std::move(answers);
+        return pool->allocateWithin(&buffer, limit, &canceled);
+    };
+    const std::deque<c2_status_t> busy(10000, C2_BLOCKING);
+    c2->offered = {block(memory), block(memory)};
+    EXPECT_EQ(wait(kLong, {}), C2_OK) << "asks again after each park";
+    EXPECT_EQ(c2->fetches.size(), 3u);
+    EXPECT_EQ(wait(kLong, {C2_BLOCKING, C2_TIMED_OUT}), C2_OK) << "the C2 pool got one back";
+    EXPECT_EQ(wait(kLong, {C2_BLOCKING, C2_NO_MEMORY}), C2_NO_MEMORY);
+    for (int limit : {-1, 0, 20}) {
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(wait(std::chrono::milliseconds(limit), busy), C2_TIMED_OUT);
+        EXPECT_EQ(buffer, nullptr);
+        EXPECT_EQ(c2->fetches.size() > 1, limit > 0);
+        EXPECT_GE(std::chrono::steady_clock::now(), start + std::chrono::milliseconds(limit));
+    }
+    c2->onFetch = [&] {
+        if (c2->fetches.size() == 3)
+            pool->dropReference(1);
+    };
+    EXPECT_EQ(wait(std::chrono::milliseconds::max(), busy), C2_OK) << "one that was parked";
+    EXPECT_EQ(c2->fetches.size(), 3u);
+    c2->onFetch = [&] { canceled = c2->fetches.size() == 3; };
+    EXPECT_EQ(wait(kLong, busy), C2_CANCELED);
+    EXPECT_EQ(wait(kLong, {}), C2_CANCELED) << "before it asks";
+    EXPECT_EQ(buffer, nullptr);
+    EXPECT_EQ(c2->fetches.size(), 0u);
+    EXPECT_EQ(pool->allocateWithin(nullptr, kLong, &canceled), C2_CANCELED);
+    EXPECT_EQ(pool->allocateWithin(nullptr, kLong), LX2_ERROR);
+}
+
+TEST_F(GraphicPoolTest, DropOnAnotherThreadEndsTheWaitForOne) {
+    LX2GraphicBufferPoolImpl::RefTracker tracker;
+    EXPECT_FALSE(tracker.waitForDrop(tracker.dropCount(), std::chrono::steady_clock::now() + 1ms));
+    for (const bool all : {false, true}) {
+        tracker.holdReference(1, GraphicBuffer(16, 16, PixFormat::NV12));
+        const uint64_t drops = tracker.dropCount();
+        std::thread dropper([&] {
+            std::this_thread::sleep_for(10ms);
+            all ? tracker.reset() : tracker.dropReference(1);
+        });
+        const auto limit = std::chrono::steady_clock::now() + 60s;
+        EXPECT_TRUE(tracker.waitForDrop(drops, limit));
+        EXPECT_LT(std::chrono::steady_clock::now(), limit);
+        dropper.join();
+    }
 }
 
 TEST_F(GraphicPoolTest, HoldsAreRefusedAsTheyShould) {

@@ -19,6 +19,7 @@
 #include <lx2/FramePlanes.h>
 #include <lx2/LX2Status.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -36,6 +37,7 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     class Linear;
     class Graphic;
     class Mapping;
+    class Planes;
     struct Bytes;
 
     // For a block fetched from a C2 pool with the C2MemoryUsage bits usage.
@@ -197,6 +199,51 @@ struct LX2Buffer::Bytes {
     explicit operator bool() const { return data != nullptr; }
 };
 
+// The planes of a picture, mapped for the CPU as long as this object lives; what mapPlanes() of a
+// graphic view gives. Empty, and false, when there is nothing to work on.
+//
+//     if (const auto frame = view->mapPlanes())
+//         for (const auto& plane : frame)
+//             for (uint64_t y = 0; y < plane.rows; ++y)
+//                 draw(plane.row(y), plane.rowBytes);
+class LX2_API LX2Buffer::Planes {
+  public:
+    // A plane as FramePlanes describes it, offset counted from the mapping's start.
+    struct Plane : FramePlane {
+        uint8_t* data = nullptr;  // of the first row
+
+        // The rowBytes bytes of a row; y: less than rows.
+        uint8_t* row(uint64_t y) const { return data + static_cast<size_t>(y * pitch); }
+    };
+
+    // Empty.
+    Planes() = default;
+
+    explicit operator bool() const { return mMapping != nullptr; }
+    bool isWritable() const { return mMapping != nullptr && mMapping->isWritable(); }
+
+    // In the order of FramePlanes.
+    uint32_t count() const { return mCount; }
+    const Plane& operator[](uint32_t index) const { return mPlanes[index]; }
+    const Plane* begin() const { return mPlanes; }
+    const Plane* end() const { return mPlanes + mCount; }
+
+    // Copies the rows of one plane from or to memory whose rows are pitch bytes apart and hold
+    // rowBytes bytes each. memory is the first row; a negative pitch leads to rows before it.
+    // C2_OK; LX2_BAD_ARG for null memory or an index that is not less than count(); copyFrom also
+    // C2_CANNOT_DO when the planes are mapped for reading only.
+    LX2Status copyFrom(uint32_t index, const uint8_t* memory, ptrdiff_t pitch) const;
+    LX2Status copyTo(uint32_t index, uint8_t* memory, ptrdiff_t pitch) const;
+
+  private:
+    friend class Graphic;
+    LX2_LOCAL Planes(const FramePlanes& planes, std::unique_ptr<Mapping> mapping);
+
+    std::unique_ptr<Mapping> mMapping;
+    Plane mPlanes[3];
+    uint32_t mCount = 0;
+};
+
 // A buffer as a run of bytes.
 class LX2_API LX2Buffer::Linear {
   public:
@@ -284,6 +331,7 @@ class LX2_API LX2Buffer::Graphic {
     // Where the rows of a frame of a linear format lie in a mapping, offsets from its data(). None
     // of a format that is not linear, and without a platform buffer. What the format and the handle
     // say, not held against the allocation: size() of the result may exceed the mapping's.
+    // mapPlanes() maps them and checks that.
     FramePlanes planes() const;
 
     // The platform's view of the handle, owned by this view; null for an invalid view.
@@ -334,6 +382,12 @@ class LX2_API LX2Buffer::Graphic {
     std::unique_ptr<Mapping> mapReadOnly() const { return mapInternal(false); }
     std::unique_ptr<Mapping> mapInternal(bool writable) const;
 
+    // Map the planes() of a linear format, for reading and writing or for reading only. Empty, with
+    // an error line, for a format without planes, when the rows reach beyond the allocation, and
+    // when mapping fails; empty without a line for an invalid view.
+    Planes mapPlanes() { return mapPlanesInternal(true); }
+    Planes mapPlanesReadOnly() const { return mapPlanesInternal(false); }
+
     // The pixels in a mapping of this view, from offset() to its end. Nothing if the mapping is
     // null, has failed, or ends before.
     Bytes bytes(const std::unique_ptr<Mapping>& mapping) const;
@@ -343,6 +397,8 @@ class LX2_API LX2Buffer::Graphic {
     std::shared_ptr<C2Buffer> share();
 
   private:
+    Planes mapPlanesInternal(bool writable) const;
+
     LX2Buffer* mParent;
     bool mValid;
     C2Rect mCrop;

@@ -8,6 +8,8 @@
 #include <lx2/LX2Buffer.h>
 #include <lx2/LX2Status.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 
@@ -64,8 +66,9 @@ class LX2_API LX2BufferDeleteCallback {
 // component still refers to: a buffer that the C2 pool offers again while the component holds it is
 // parked, and handed out once the hold is dropped.
 //
-// Set the format before the usage. References may be held and dropped on any thread while another
-// allocates; setters and registerCallback must not run while another thread allocates.
+// Set the format before the usage, or call configure(). References may be held and dropped on any
+// thread while another allocates; setters and registerCallback must not run while another thread
+// allocates.
 //
 // The first graphic buffer of a process makes the connection to the mapper service. Let one thread
 // have one, or call LX2Mapper3Helper::Get(), before several start: of two that race for it the
@@ -85,7 +88,11 @@ class LX2_API LX2GraphicBufferPool {
     // the log, at error priority although nothing is wrong. C2_OK.
     virtual LX2Status registerCallback(std::weak_ptr<LX2BufferDeleteCallback> callback) = 0;
 
-    // Pixels and rows. C2_OK.
+    // Sets format, usage and resolution, in the order that they need. The size is that of the
+    // picture, in pixels and rows; the allocator adds the padding of the format. C2_OK.
+    LX2Status configure(uint32_t width, uint32_t height, uint32_t format, uint64_t usage);
+
+    // The size of the picture, in pixels and rows, without padding. C2_OK.
     virtual LX2Status setResolution(uint32_t width, uint32_t height) = 0;
 
     // A PixFormat value; a compressed one makes the pool ask for the compressed layout. C2_OK.
@@ -122,6 +129,17 @@ class LX2_API LX2GraphicBufferPool {
     // Buffers held, and buffers parked or waiting to be handed out again; either pointer may be
     // null. A snapshot.
     virtual void counts(uint64_t* held, uint64_t* pending) const = 0;
+
+    // Like allocate(), but waits for a buffer: until one can be had, limit is over, or *cancel is
+    // true, which another thread may set at any time (for a flush or a stop). Asks again at once
+    // after a buffer was parked and after a reference was dropped by another thread, and else every
+    // 5 ms, since the C2 pool does not tell when it gets a buffer back. With a limit of 0 or less
+    // it asks once. The C2 pool's own waiting, if it has any, comes on top.
+    // As allocate(): C2_TIMED_OUT after limit. Additionally C2_CANCELED when *cancel is true, also
+    // if a buffer could be had. cancel may be null.
+    virtual LX2Status allocateWithin(std::shared_ptr<LX2Buffer>* out,
+                                     std::chrono::milliseconds limit,
+                                     const std::atomic<bool>* cancel = nullptr);
 };
 
 }  // namespace lx2

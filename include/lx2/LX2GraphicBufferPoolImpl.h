@@ -4,6 +4,8 @@
 
 #include <lx2/LX2BufferPool.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -27,6 +29,8 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
     LX2Status dropReference(uint64_t id) override;
     LX2Status dropAllReferences() override;
     void counts(uint64_t* held, uint64_t* pending) const override;
+    LX2Status allocateWithin(std::shared_ptr<LX2Buffer>* out, std::chrono::milliseconds limit,
+                             const std::atomic<bool>* cancel = nullptr) override;
 
     // Which graphic buffers the component still refers to. Two identities meet here: holds are kept
     // under ids that the component chose, while a fetched buffer is compared with the held ones by
@@ -55,6 +59,13 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
         uint64_t heldCount() const;
         uint64_t pendingCount() const;
 
+        // How often references were dropped so far.
+        uint64_t dropCount() const;
+
+        // Waits until dropCount() is another one than seen, or until the given time. Tells which:
+        // true for a drop.
+        bool waitForDrop(uint64_t seen, std::chrono::steady_clock::time_point until);
+
       private:
         // The allocation's id stands beside the buffer: its view may be in use on another thread.
         struct Tracked {
@@ -68,14 +79,19 @@ class LX2_API LX2GraphicBufferPoolImpl : public LX2GraphicBufferPool {
             std::list<Tracked> stashed, available;
         };
         LX2_LOCAL Contents takeAll();
+        LX2_LOCAL LX2Status takeHeld(uint64_t id, Tracked* out);
+        LX2_LOCAL void noteDrop();
 
         mutable std::mutex mLock;
         std::unordered_map<uint64_t, Tracked> mHeld;
         std::list<Tracked> mStashed;
         std::list<Tracked> mAvailable;
+        uint64_t mDrops = 0;
+        std::condition_variable mDropped;
     };
 
   private:
+    LX2_LOCAL LX2Status allocateOnce(std::shared_ptr<LX2Buffer>* out, bool* parked);
     bool fits(const LX2Buffer::Graphic& view) const;
     bool takeRecycled(std::shared_ptr<LX2Buffer>* out);
     LX2Status fetch(std::shared_ptr<C2GraphicBlock>* block);

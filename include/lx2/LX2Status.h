@@ -22,6 +22,7 @@ enum : LX2Status {
 // The platform's codes that this family returns or tests.
 using ::C2_BAD_VALUE;
 using ::C2_BLOCKING;
+using ::C2_CANCELED;
 using ::C2_CANNOT_DO;
 using ::C2_CORRUPTED;
 using ::C2_NO_INIT;

@@ -3,6 +3,7 @@
 #include <lx2/PixFormat.h>
 #include <lx2device/PrivateHandle.h>
 
+#include <algorithm>
 #include <cinttypes>
 #include <utility>
 
@@ -37,6 +38,20 @@ LX2GraphicBufferPool::~LX2GraphicBufferPool() = default;
 std::unique_ptr<LX2GraphicBufferPool> LX2GraphicBufferPool::Create(
     std::shared_ptr<C2BlockPool> pool, bool flag) {
     return std::make_unique<LX2GraphicBufferPoolImpl>(std::move(pool), flag);
+}
+
+LX2Status LX2GraphicBufferPool::configure(uint32_t width, uint32_t height, uint32_t format,
+                                          uint64_t usage) {
+    setFormat(format);
+    setUsage(usage);
+    return setResolution(width, height);
+}
+
+// For pools of others, which may not know how to wait.
+LX2Status LX2GraphicBufferPool::allocateWithin(std::shared_ptr<LX2Buffer>* out,
+                                               std::chrono::milliseconds,
+                                               const std::atomic<bool>*) {
+    return allocate(out);
 }
 
 LX2GraphicBufferPoolImpl::LX2GraphicBufferPoolImpl(std::shared_ptr<C2BlockPool> pool, bool flag)
@@ -115,6 +130,11 @@ std::shared_ptr<LX2Buffer> LX2GraphicBufferPoolImpl::wrap(
 }
 
 LX2Status LX2GraphicBufferPoolImpl::allocate(std::shared_ptr<LX2Buffer>* out) {
+    bool parked = false;
+    return allocateOnce(out, &parked);
+}
+
+LX2Status LX2GraphicBufferPoolImpl::allocateOnce(std::shared_ptr<LX2Buffer>* out, bool* parked) {
     if (out == nullptr)
         return LX2_ERROR;
     if (mPool == nullptr) {
@@ -135,7 +155,8 @@ LX2Status LX2GraphicBufferPoolImpl::allocate(std::shared_ptr<LX2Buffer>* out) {
     if (status != C2_OK)
         return status;
     auto buffer = wrap(std::move(block));
-    if (mRefTracker.stashIfReferenced(buffer)) {
+    *parked = mRefTracker.stashIfReferenced(buffer);
+    if (*parked) {
         LX2_LOGT("REF: Allocated buf with id = %" PRIu64 " is still referenced",
                  buffer->graphic()->id());
         // Like a fetch that timed out: the caller tries again later.
@@ -143,6 +164,29 @@ LX2Status LX2GraphicBufferPoolImpl::allocate(std::shared_ptr<LX2Buffer>* out) {
     }
     *out = std::move(buffer);
     return C2_OK;
+}
+
+LX2Status LX2GraphicBufferPoolImpl::allocateWithin(std::shared_ptr<LX2Buffer>* out,
+                                                   std::chrono::milliseconds limit,
+                                                   const std::atomic<bool>* cancel) {
+    using std::chrono::steady_clock;
+    constexpr std::chrono::milliseconds kPoll{5}, kLongest = std::chrono::hours(24 * 365);
+    const auto end = steady_clock::now() + std::min(limit, kLongest);
+    for (;;) {
+        if (cancel != nullptr && *cancel) {
+            if (out != nullptr)
+                out->reset();
+            return C2_CANCELED;
+        }
+        const uint64_t drops = mRefTracker.dropCount();
+        bool parked = false;
+        const LX2Status status = allocateOnce(out, &parked);
+        const auto now = steady_clock::now();
+        if (status != C2_TIMED_OUT || now >= end)
+            return status;
+        if (!parked)
+            mRefTracker.waitForDrop(drops, std::min(end, now + kPoll));
+    }
 }
 
 LX2Status LX2GraphicBufferPoolImpl::holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buffer) {

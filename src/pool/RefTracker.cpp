@@ -27,24 +27,50 @@ LX2Status RefTracker::holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buff
     return C2_OK;
 }
 
-LX2Status RefTracker::dropReference(uint64_t id) {
-    Tracked dropped{};  // released after the lock: its deleter may call back
+// Takes the buffer of an id out, and frees one that is parked behind it to be handed out.
+LX2Status RefTracker::takeHeld(uint64_t id, Tracked* out) {
     std::lock_guard<std::mutex> guard(mLock);
     const auto held = mHeld.find(id);
     if (held == mHeld.end())
         return C2_CANNOT_DO;
-    dropped = std::move(held->second);
+    *out = std::move(held->second);
     mHeld.erase(held);
-    if (dropped.buffer == nullptr)
-        return LX2_ERROR;
     const auto parked = std::find_if(
         mStashed.begin(), mStashed.end(),
-        [&](const Tracked& candidate) { return candidate.platformId == dropped.platformId; });
+        [out](const Tracked& candidate) { return candidate.platformId == out->platformId; });
     if (parked != mStashed.end()) {
-        LX2_LOGT("REF: Released Ref for graphic buf with id : %" PRIu64, dropped.platformId);
+        LX2_LOGT("REF: Released Ref for graphic buf with id : %" PRIu64, out->platformId);
         mAvailable.splice(mAvailable.end(), mStashed, parked);
     }
     return C2_OK;
+}
+
+LX2Status RefTracker::dropReference(uint64_t id) {
+    Tracked dropped{};
+    const LX2Status status = takeHeld(id, &dropped);
+    dropped.buffer.reset();  // without the lock: its deleter may call back
+    if (status == C2_OK)
+        noteDrop();
+    return status;
+}
+
+// Comes after the buffers have gone back to the C2 pool, which a waiting thread then asks.
+void RefTracker::noteDrop() {
+    {
+        std::lock_guard<std::mutex> guard(mLock);
+        ++mDrops;
+    }
+    mDropped.notify_all();
+}
+
+uint64_t RefTracker::dropCount() const {
+    std::lock_guard<std::mutex> guard(mLock);
+    return mDrops;
+}
+
+bool RefTracker::waitForDrop(uint64_t seen, std::chrono::steady_clock::time_point until) {
+    std::unique_lock<std::mutex> lock(mLock);
+    return mDropped.wait_until(lock, until, [&] { return mDrops != seen; });
 }
 
 bool RefTracker::stashIfReferenced(const std::shared_ptr<LX2Buffer>& buffer) {
@@ -83,6 +109,8 @@ LX2Status RefTracker::reset() {
     Contents all = takeAll();
     all.held.clear();
     all.stashed.clear();
+    all.available.clear();
+    noteDrop();
     return C2_OK;
 }
 
