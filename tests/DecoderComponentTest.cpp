@@ -7,6 +7,7 @@
 #include <lx2/LX2BufferPool.h>
 #include <lx2/PixFormat.h>
 #include <lx2/ReflectedParamUpdater.h>
+#include <lx2host/BlockPools.h>
 #include <lx2host/GraphicPools.h>
 #include <lx2host/OpenResources.h>
 #include <lx2host/VideoCore.h>
@@ -19,10 +20,12 @@ extern "C" {
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <filesystem>
 #include <random>
 #include <thread>
 
 #include "Fixture.h"
+#include "decoder/DecoderParams.h"
 
 namespace lx2::test {
 
@@ -214,6 +217,31 @@ class DecoderComponentTest : public Fixture {
         EXPECT_EQ(component->intf()->config_vb(params, C2_MAY_BLOCK, &failures), C2_OK);
     }
 
+    void usePool(const std::shared_ptr<C2BlockPool>& pool) {
+        const auto ids = C2PortBlockPoolsTuning::output::AllocUnique(1);
+        ids->m.values[0] = host::RegisterBlockPool(pool, component);
+        config({ids.get()});
+    }
+
+    // As a framework does with settings that it has as text.
+    void set(const ReflectedParamUpdater::Message& message) {
+        std::vector<std::shared_ptr<C2ParamDescriptor>> descriptors;
+        EXPECT_EQ(component->intf()->querySupportedParams_nb(&descriptors), C2_OK);
+        ReflectedParamUpdater updater;
+        updater.addParamDesc(android::GetCodec2PlatformComponentStore()->getParamReflector(),
+                             descriptors);
+        std::vector<C2Param::Index> indices;
+        updater.getParamIndicesFromMessage(message, &indices);
+        std::vector<std::unique_ptr<C2Param>> params;
+        EXPECT_EQ(component->intf()->query_vb({}, indices, C2_MAY_BLOCK, &params), C2_OK);
+        updater.updateParamsFromMessage(message, &params);
+        std::vector<C2Param*> pointers;
+        for (const auto& param : params)
+            pointers.push_back(param.get());
+        EXPECT_EQ(pointers.size(), message.size() - 1);  // two keys of one
+        config(pointers);
+    }
+
     // Queues one work; no buffer without a unit.
     void queue(const Bytes* unit, uint32_t flags = 0) {
         auto work = std::make_unique<C2Work>();
@@ -361,6 +389,234 @@ TEST_F(DecoderComponentTest, AfterAFlushItGoesOnFromAKeyFrame) {
         EXPECT_EQ(flush(), 0u);
         EXPECT_EQ(client->whole, queued - flushed);
         component->stop();
+    }
+}
+
+// Parameter sets as a work of their own, flushed before they are seen, and behind short start
+// codes.
+TEST_F(DecoderComponentTest, HeadersAreKept) {
+    Clip clip = ClipOf("avc.264");
+    const Bytes code{0, 0, 0, 1, 0x65};
+    Bytes& first = clip.units.front();
+    const auto picture = std::search(first.begin(), first.end(), code.begin() + 1, code.end());
+    const Bytes headers(first.begin(), picture);
+    first.erase(first.begin(), picture);
+    again(clip);
+    for (int round = 0; round < 3; ++round) {
+        if (round == 0)
+            queue(&headers, kConfig);
+        EXPECT_EQ(flush(), 0u);
+        client->frames.clear();
+        queue(clip, 0, clip.units.size(), kEos);
+        expectAll(clip);
+    }
+}
+
+TEST_F(DecoderComponentTest, WorkWithoutAFrameComesBackAtOnce) {
+    // Two fields of one macroblock of plain samples make a frame; so do the next two.
+    const auto field = [](const char* head, size_t size, uint8_t luma) {
+        Bytes unit(head, head + size);
+        unit.insert(unit.end(), 256, luma);
+        unit.insert(unit.end(), 129, 0x80);
+        return unit;
+    };
+    Clip clip{"video/avc", {}, {}, {}};
+    clip.units.push_back(
+        field("\0\0\0\1\x67\x4d\0\x0a\xda\x64\x80\0\0\0\1\x68\xce\x38\x80\0\0\0\1"
+              "\x65\x88\x85\x21\xa0",
+              28, 32));
+    clip.units.push_back(field("\0\0\1\x61\x88\x86\x86\x80", 8, 64));
+    clip.units.push_back(field("\0\0\1\x61\x88\x8c\x86\x80", 8, 96));
+    clip.units.push_back(field("\0\0\1\x61\x88\x8e\x86\x80", 8, 160));
+    again(clip);
+    queue(clip, 0, 4);
+    queue(&clip.units[0], C2FrameData::FLAG_DROP_FRAME);
+    const Bytes empty;
+    queue(&empty);
+    queue(nullptr);
+    ASSERT_TRUE(client->wait([&] { return client->whole == 4; }));
+    EXPECT_TRUE(client->frames.empty());
+    queue(nullptr, kEos);
+    ASSERT_TRUE(client->waitFor(queued));
+    EXPECT_EQ(client->frames.size(), 2u);
+}
+
+TEST_F(DecoderComponentTest, ADrainGivesOutWhatWaits) {
+    for (const char* name : {"avc.264", "hevc.265", "vp9.ivf"}) {
+        SCOPED_TRACE(name);
+        const Clip& clip = ClipOf(name);
+        again(clip);
+        for (size_t at = 0; at < clip.units.size(); at += 9) {
+            queue(clip, at, at + 9);
+            EXPECT_EQ(component->drain_nb(C2Component::DRAIN_COMPONENT_NO_EOS), C2_OK);
+            ASSERT_TRUE(client->waitFor(queued));
+            EXPECT_EQ(client->returned.back().flags & kEos, 0u);
+        }
+        // They came in the order of display between the drains alone.
+        EXPECT_TRUE(std::is_permutation(clip.frames.begin(), clip.frames.end(),
+                                        client->frames.begin(), client->frames.end()));
+        queue(clip, 0, 20);
+        EXPECT_EQ(component->drain_nb(C2Component::DRAIN_COMPONENT_WITH_EOS), C2_OK);
+        ASSERT_TRUE(client->waitFor(queued));
+        // The last work of VP9 is back before.
+        EXPECT_TRUE(client->returned.back().flags == kEos || name[0] == 'v');
+        component->stop();
+    }
+}
+
+TEST_F(DecoderComponentTest, WhatChangesIsToldBeforeTheFirstFrameOfIt) {
+    const Clip& clip = ClipOf("avc_resize.264");
+    again(clip);
+    queue(clip, 0, clip.units.size(), kEos);
+    expectAll(clip);
+    size_t told = 0;
+    for (const Returned& each : client->returned)
+        for (const uint32_t update : each.updates)
+            told += update == C2StreamPictureSizeInfo::output::PARAM_TYPE ? 1 : 0;
+    EXPECT_EQ(told, 2u);
+    EXPECT_EQ(component->stop(), C2_OK);
+    C2StreamPictureSizeInfo::output size;
+    const auto ask = [&] {
+        EXPECT_EQ(component->intf()->query_vb({&size}, {}, C2_MAY_BLOCK, nullptr), C2_OK);
+        return C2Rect(size.width, size.height);
+    };
+    EXPECT_EQ(ask(), C2Rect(clip.frames.back().width, clip.frames.back().height));
+    EXPECT_EQ(component->reset(), C2_OK);
+    EXPECT_EQ(ask(), C2Rect(320, 240));
+}
+
+// The client has all buffers that there are.
+TEST_F(DecoderComponentTest, AWaitForABufferEnds) {
+    const Clip& clip = ClipOf("avc.264");
+    const auto pool = std::make_shared<host::SlotGraphicPool>(2);
+    for (int round = 0; round < 3; ++round) {
+        usePool(pool);
+        again(clip);
+        client->kept = 2;
+        queue(clip, 0, clip.units.size());
+        ASSERT_TRUE(client->wait([&] { return client->frames.size() == 2; }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        const auto before = Clock::now();
+        size_t flushed = round == 0 ? flush() : 0;
+        EXPECT_EQ(round < 2 ? component->stop() : component->reset(), C2_OK);
+        EXPECT_LT(Clock::now() - before, std::chrono::milliseconds(500));
+        EXPECT_EQ(client->frames.size(), 2u);
+        EXPECT_EQ(round == 0 ? client->whole + flushed : queued, queued);
+        client->returned.clear();
+        EXPECT_EQ(pool->slotsOut(), 0u);
+    }
+    const auto one = std::make_shared<host::SlotGraphicPool>(1);
+    usePool(one);
+    again(clip);
+    queue(clip, 0, clip.units.size(), kEos);
+    expectAll(clip);
+}
+
+// A macroblock of 4:4:4.
+TEST_F(DecoderComponentTest, WhatItCantDecodeAtAllIsToldOnce) {
+    const char head[] =
+        "\0\0\0\1\x67\xf4\0\x0a\x91\x96\x9c\x40\0\0\0\1\x68\xce\x38\x80\0\0\0\1\x65\x88\x84\x86"
+        "\x80";
+    Clip clip{"video/avc", {Bytes(head, head + sizeof(head) - 1)}, {}, {}};
+    clip.units[0].insert(clip.units[0].end(), 768, 0x40);
+    clip.units[0].push_back(0x80);
+    again(clip);
+    queue(&clip.units[0]);
+    queue(&clip.units[0], kEos);
+    ASSERT_TRUE(client->wait([&] { return !client->errors.empty(); }));
+    EXPECT_THAT(client->errors, ElementsAre(C2_OMITTED));
+    EXPECT_EQ(client->whole, queued);
+    EXPECT_EQ(client->returned.back().result, C2_OMITTED);
+    EXPECT_EQ(component->start(), C2_BAD_STATE);
+    EXPECT_EQ(component->stop(), C2_BAD_STATE);
+    EXPECT_EQ(component->reset(), C2_OK);
+    again(ClipOf("avc.264"));
+    queue(ClipOf("avc.264"), 0, ClipOf("avc.264").units.size(), kEos);
+    expectAll(ClipOf("avc.264"));
+    log.take();
+}
+
+TEST_F(DecoderComponentTest, DamageIsToldWithItsWork) {
+    std::mt19937 random(7);
+    for (const char* name : {"avc.264", "hevc.265", "vp8.ivf", "vp9.ivf"}) {
+        SCOPED_TRACE(name);
+        Clip clip = ClipOf(name);
+        for (size_t i = 10; i < 30; ++i) {
+            Bytes& unit = clip.units[i];
+            for (int n = 0; n < 8; ++n)
+                unit[random() % unit.size()] ^= 1 << random() % 8;
+            unit.resize(i % 4 == 0 ? std::min<size_t>(unit.size(), 9) : unit.size());
+        }
+        again(clip);
+        queue(clip, 0, clip.units.size(), kEos);
+        ASSERT_TRUE(client->waitFor(queued));
+        size_t damaged = 0;
+        size_t shown = 0;
+        for (const Returned& each : client->returned) {
+            damaged +=
+                each.result != C2_OK || (each.flags & C2FrameData::FLAG_CORRUPT) != 0 ? 1 : 0;
+            shown += each.result == C2_OK ? 1 : 0;
+        }
+        EXPECT_GT(damaged, 0u);
+        EXPECT_GE(client->frames.size() + damaged, clip.units.size());
+        component->stop();
+        log.take();
+    }
+}
+
+TEST_F(DecoderComponentTest, SettingsAreReachedByTheirNames) {
+    const Clip& clip = ClipOf("hevc10_hdr.265");
+    const std::string folder = testing::TempDir() + "decoder_dump";
+    std::filesystem::create_directories(folder);
+    set({{"raw.pixel-format.value", std::to_string(PixFormat::YV12)},
+         {"vendor.lx2-decoder.references", "2"},
+         {"vendor.lx2-decoder.hardware.threads", "2"},
+         {"vendor.lx2-decoder-dump.value", folder}});
+    again(clip);
+    queue(clip, 0, clip.units.size(), kEos);
+    ASSERT_TRUE(client->waitFor(queued));
+    EXPECT_EQ(component->stop(), C2_OK);
+    ASSERT_EQ(client->frames.size(), clip.frames.size());
+    for (size_t i = 0; i < clip.frames.size(); ++i)
+        EXPECT_EQ(client->frames[i], clip.frames[i].withBitDepth(8)) << i;
+    const host::Frame& frame = clip.frames.front();
+    EXPECT_EQ(std::filesystem::file_size(folder + "/frames.yuv"),
+              clip.frames.size() * frame.width * frame.height * 3 / 2);
+    EXPECT_GT(std::filesystem::file_size(folder + "/bitstream.265"), 0u);
+    example::C2DecoderTuning tuning;
+    const auto ask = [&] {
+        EXPECT_EQ(component->intf()->query_vb({&tuning}, {}, C2_MAY_BLOCK, nullptr), C2_OK);
+        return std::pair(tuning.references, tuning.hardware.threads);
+    };
+    EXPECT_EQ(ask(), std::pair(2u, 2u));
+    EXPECT_EQ(component->reset(), C2_OK);
+    EXPECT_EQ(ask(), std::pair(4u, 1u));
+}
+
+TEST_F(DecoderComponentTest, CallsMayComeInAnyOrder) {
+    const Clip& clip = ClipOf("avc_crop.264");
+    std::mt19937 random(1);
+    for (int round = 0; round < 60; ++round) {
+        again(clip);
+        size_t flushed = 0;
+        for (int step = 0; step < 6; ++step) {
+            const size_t from = random() % clip.units.size();
+            queue(clip, from, std::min(clip.units.size(), from + random() % 8),
+                  random() % 4 == 0 ? kEos : 0);
+            if (random() % 3 == 0)
+                std::this_thread::sleep_for(std::chrono::microseconds(random() % 3000));
+            if (random() % 3 == 0)
+                flushed += flush();
+            if (random() % 4 == 0)
+                component->drain_nb(C2Component::drain_mode_t(random() % 2));
+        }
+        if (round % 2 == 0) {
+            queue(nullptr, kEos);
+            ASSERT_TRUE(client->waitFor(queued - flushed));
+            EXPECT_EQ(client->whole, queued - flushed);
+        }
+        EXPECT_EQ(round % 3 == 0 ? component->reset() : component->stop(), C2_OK);
+        log.take();
     }
 }
 

@@ -350,6 +350,8 @@ void Component::process(uint64_t key) {
 
 void Component::drain(uint64_t last, bool endsStream) {
     mCodec->drain(endsStream);
+    if (mFault != C2_OK)
+        return;
     std::vector<uint64_t> left;
     {
         std::lock_guard<std::mutex> guard(mLock);

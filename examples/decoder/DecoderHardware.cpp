@@ -3,6 +3,7 @@
 
 #include <C2AllocatorGralloc.h>
 #include <dlfcn.h>
+#include <lx2/LX2StreamParser.h>
 #include <lx2host/VideoCore.h>
 
 extern "C" {
@@ -55,6 +56,18 @@ constexpr int64_t kReplayed = -1;  // in place of a unit's number
 bool IsKnown(int format) {
     return format == AV_PIX_FMT_YUV420P || format == AV_PIX_FMT_YUVJ420P ||
            format == AV_PIX_FMT_YUV420P10LE;
+}
+
+// Whether no picture may come of a unit: one that leads a random access point and refers to what
+// was before (RASL), or the end of a sequence alone. libavcodec tells of neither these nor of units
+// in which damage has left no picture.
+bool MaySkip(const uint8_t* data, size_t size) {
+    for (const LX2NalUnit& unit :
+         LX2NalUnits<LX2HEVCStreamParser>(data, static_cast<uint32_t>(size))) {
+        if (unit.type == 8 || unit.type == 9 || unit.type == 36 || unit.type == 37)
+            return true;
+    }
+    return false;
 }
 
 // The picture with its last column and row of luma once more; chroma has as many of an even size.
@@ -184,6 +197,9 @@ void Hardware::submit(const uint8_t* data, size_t size, uint64_t number) {
             mKept.clear();
     }
     mCurrent->damaged = error < 0 || mComplained;
+    const bool begun = mCurrent.use_count() > 2;  // beside this and the unit itself
+    if (!begun && mContext->codec_id == AV_CODEC_ID_HEVC && !MaySkip(data, size))
+        mCurrent->damaged = true;
     collect();
     mCurrent.reset();
     settle();
