@@ -594,10 +594,11 @@ TEST_F(DecoderComponentTest, SettingsAreReachedByTheirNames) {
 }
 
 TEST_F(DecoderComponentTest, CallsMayComeInAnyOrder) {
-    const Clip& clip = ClipOf("avc_crop.264");
     static unsigned seed = 0;  // another one with --gtest_repeat
     std::mt19937 random(++seed);
     for (int round = 0; round < 60; ++round) {
+        const char* const names[] = {"avc_crop.264", "hevc.265", "vp9.ivf"};
+        const Clip& clip = ClipOf(names[round % 3]);
         again(clip);
         size_t flushed = 0;
         for (int step = 0; step < 6; ++step) {
@@ -616,7 +617,7 @@ TEST_F(DecoderComponentTest, CallsMayComeInAnyOrder) {
             ASSERT_TRUE(client->waitFor(queued - flushed));
             EXPECT_EQ(client->whole, queued - flushed);
         }
-        EXPECT_EQ(round % 3 == 0 ? component->reset() : component->stop(), C2_OK);
+        EXPECT_EQ(round % 5 == 0 ? component->reset() : component->stop(), C2_OK);
         log.take();
     }
 }

@@ -6,7 +6,7 @@
 #include <C2Buffer.h>
 #include <C2Work.h>
 
-#include <chrono>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -45,9 +45,9 @@ class CodecHost {
     // work goes back with that status.
     virtual void fail(c2_status_t status) = 0;
 
-    // Waits, for a buffer to come back or the like. False as soon as the client has flushed or
-    // stops: the codec's call is to return then.
-    virtual bool pause(std::chrono::milliseconds time) = 0;
+    // True as soon as the client has flushed or stops: what the codec waits for is of no use any
+    // more, and its call is to return.
+    virtual const std::atomic<bool>& interrupted() const = 0;
 
     // The client's output pool, or the basic one of this id where the client named none.
     virtual std::shared_ptr<C2BlockPool> outputPool(C2BlockPool::local_id_t basic) = 0;

@@ -131,7 +131,8 @@ c2_status_t Component::release() {
 void Component::halt() {
     {
         std::lock_guard<std::mutex> guard(mLock);
-        mHalting = mInterrupted = true;
+        mHalting = true;
+        mInterrupted = true;
         mWake.notify_all();
     }
     if (mWorker.joinable())
@@ -141,7 +142,8 @@ void Component::halt() {
     std::lock_guard<std::mutex> guard(mLock);
     mTasks.clear();
     mPending.swap(abandoned);
-    mHalting = mInterrupted = false;
+    mHalting = false;
+    mInterrupted = false;
     mWorkerId = {};
 }
 
@@ -223,11 +225,6 @@ c2_status_t Component::drain_nb(drain_mode_t mode) {
     mTasks.push_back({ends ? Task::kDrainToEnd : Task::kDrain, mLastKey});
     mWake.notify_all();
     return C2_OK;
-}
-
-bool Component::pause(std::chrono::milliseconds time) {
-    std::unique_lock<std::mutex> lock(mLock);
-    return !mWake.wait_for(lock, time, [this] { return mInterrupted; });
 }
 
 std::shared_ptr<C2BlockPool> Component::outputPool(C2BlockPool::local_id_t basic) {

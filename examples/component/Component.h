@@ -7,6 +7,7 @@
 #include <C2Component.h>
 #include <C2Work.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <initializer_list>
@@ -74,7 +75,7 @@ class Component final : public C2Component,
     Settings& settings() override { return *mSettings; }
     bool finish(uint64_t key, Output* output) override;
     void fail(c2_status_t status) override { mFault = status; }
-    bool pause(std::chrono::milliseconds time) override;
+    const std::atomic<bool>& interrupted() const override { return mInterrupted; }
     std::shared_ptr<C2BlockPool> outputPool(C2BlockPool::local_id_t basic) override;
 
     bool isWorker() const { return mWorkerId == std::this_thread::get_id(); }
@@ -104,7 +105,7 @@ class Component final : public C2Component,
     PendingWork mPending;  // queued, or with the codec
     uint64_t mLastKey = 0;
     bool mHalting = false;
-    bool mInterrupted = false;  // what the codec is doing is of no use any more
+    std::atomic<bool> mInterrupted{false};  // changed under the lock
 
     // Held during a callback. The client may take the listener away from within one.
     std::recursive_mutex mCallback;

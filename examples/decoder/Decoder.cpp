@@ -22,8 +22,8 @@ constexpr LogModule kLog{"LX2Decoder", LogGroup::Buffer};
 
 constexpr uint64_t kCpu = C2MemoryUsage::CPU_READ | uint64_t{C2MemoryUsage::CPU_WRITE};
 
-// How long the pool is left alone that had no buffer.
-constexpr std::chrono::milliseconds kPause{2};
+constexpr std::chrono::milliseconds kShortWait{4};
+constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(1);
 
 // The parameter sets that a unit begins with, in bytes. VP8 and VP9 have theirs in every frame.
 uint32_t FindHeaders(const std::string& mediaType, const LX2Buffer::Bytes& unit) {
@@ -50,10 +50,9 @@ uint32_t NativeFormat(const DecodedUnit& decoded) {
 }
 
 // Sizes are even: an odd picture has its last column and row twice, beyond the crop.
-void SetGeometry(LX2GraphicBufferPool* pool, const DecodedUnit& decoded, uint32_t format) {
-    pool->setFormat(format);
-    pool->setUsage(kCpu);
-    pool->setResolution(decoded.width + decoded.width % 2, decoded.height + decoded.height % 2);
+void Configure(LX2GraphicBufferPool* pool, const DecodedUnit& decoded, uint32_t format) {
+    pool->configure(decoded.width + decoded.width % 2, decoded.height + decoded.height % 2, format,
+                    kCpu);
 }
 
 }  // namespace
@@ -235,26 +234,20 @@ Output Decoder::makeOutput(const DecodedUnit& decoded) {
     return output;
 }
 
-// Waits while the client has all buffers.
+// Waits while the client has all buffers. Before long that the pictures referred to are let go: the
+// client may have no more buffers than those.
 c2_status_t Decoder::allocate(const DecodedUnit& decoded, std::shared_ptr<LX2Buffer>* buffer) {
     if (mPool == nullptr)
         mPool = LX2GraphicBufferPool::Create(mHost.outputPool(C2BlockPool::BASIC_GRAPHIC));
     const bool native = PixFormat::IsCompressed(mWantedFormat);
-    SetGeometry(mPool.get(), decoded, native ? NativeFormat(decoded) : mWantedFormat);
+    Configure(mPool.get(), decoded, native ? NativeFormat(decoded) : mWantedFormat);
     for (;;) {
-        uint64_t parkedBefore = 0;
-        uint64_t parked = 0;
-        mPool->counts(nullptr, &parkedBefore);
-        const LX2Status status = mPool->allocate(buffer);
+        const auto limit = mReferences.empty() ? kLongestWait : kShortWait;
+        const LX2Status status = mPool->allocateWithin(buffer, limit, &mHost.interrupted());
         if (status != C2_TIMED_OUT)
             return static_cast<c2_status_t>(status);
-        mPool->counts(nullptr, &parked);
-        if (parked > parkedBefore)
-            continue;  // one that is still referred to: the next one may not be
         if (!mReferences.empty())
             dropOldestReference();
-        else if (!mHost.pause(kPause))
-            return C2_CANCELED;
     }
 }
 
@@ -268,7 +261,7 @@ c2_status_t Decoder::fill(const DecodedUnit& decoded, LX2Buffer::Graphic* target
         mScratchPool = LX2GraphicBufferPool::Create(blocks);
         mConverter = std::make_unique<LX2ColorConverter>();
     }
-    SetGeometry(mScratchPool.get(), decoded, NativeFormat(decoded));
+    Configure(mScratchPool.get(), decoded, NativeFormat(decoded));
     std::shared_ptr<LX2Buffer> scratch;
     const LX2Status status = mScratchPool->allocate(&scratch);
     if (status != C2_OK)
