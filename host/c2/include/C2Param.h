@@ -111,6 +111,9 @@ struct C2Param {
         return true;
     }
 
+    // Makes it a parameter that is not valid.
+    void invalidate() { _mSize = 0; }
+
     // Parameters are longer than their static type says, so they are given back without a size.
     static void operator delete(void* memory) { ::operator delete(memory); }
 
