@@ -1,6 +1,8 @@
 #include <fcntl.h>
 #include <linux/dma-buf.h>
 #include <lx2/BufFlag.h>
+#include <lx2/LX2VendorParams.h>
+#include <lx2/PixFormat.h>
 #include <sys/mman.h>
 
 #include "Blocks.h"
@@ -147,6 +149,55 @@ TEST_F(BufferTest, CopyKeepsTheTargetsValuesAndSharesInfosAndUpdates) {
     EXPECT_THAT(buffer->infos(), SizeIs(1));
     EXPECT_EQ(buffer->addConfigUpdates({}), LX2_BAD_ARG);
     EXPECT_THAT(buffer->configUpdates(), ElementsAre(update, update));
+}
+
+TEST_F(BufferTest, PropertiesGoFromOnePictureToAnotherAndWhatDoesNotIsListed) {
+    using In = ValueInfo<0x0A03>::input;
+    const auto decoded = GraphicBuffer(64, 64, PixFormat::NV12);
+    decoded->graphic()->setCrop(C2Rect(40, 40).at(8, 8));
+    decoded->addInfo(AnInfo(1));
+    decoded->addInfo(std::make_shared<In>(3u, 2u));
+    EXPECT_EQ(decoded->graphic()->setPresentationTime(1ull << 40), C2_OK);
+    const auto source = LX2Buffer::CreateFromC2Buffer(decoded->getSharedBuffer());
+    std::shared_ptr<C2Param> update = AnInfo(9);
+    source->setTimestamp(7);
+    source->setBufferInfo("mine", std::string("text"));
+    source->addInfo(std::make_shared<Other>(0u, 3u));
+    source->addConfigUpdates({update});
+
+    const auto target = GraphicBuffer(64, 32, PixFormat::MIREL_NV12);
+    target->setTimestamp(8);
+    target->setOutputIndex(9);
+    target->addInfo(AnInfo(4));
+    std::vector<C2Param::Index> omitted = {5u};
+    EXPECT_EQ(source->copyPropertiesTo(target, &omitted), C2_OK);
+    EXPECT_THAT(omitted, ElementsAre(C2StreamCropRectInfo::output::PARAM_TYPE));
+    EXPECT_EQ(WordsOf(target->graphic()->crop()), WordsOf(C2Rect(40, 24).at(8, 8)));
+    EXPECT_THAT((std::vector{target->timestamp(), target->outputIndex()}), ElementsAre(7, 9));
+    EXPECT_EQ(target->bufferInfo<std::string>("mine"), "text");
+    EXPECT_THAT(target->configUpdates(), ElementsAre(update));
+    const auto infos = target->infos();
+    ASSERT_THAT(infos, SizeIs(3));
+    EXPECT_TRUE(*infos[0] == *AnInfo(1));
+    EXPECT_TRUE(*infos[1] == ValueInfo<0x0A03>::output(3u, 2u)) << "an output's info now";
+    EXPECT_TRUE(*infos[2] == Other(0u, 3u));
+    EXPECT_TRUE(*source->infos()[1] == In(3u, 2u)) << "the source keeps its own";
+    std::vector<std::unique_ptr<C2Param>> metadata;
+    EXPECT_EQ(target->graphic()->getPrivateMetadata({C2StreamAvTimestampTuning::input::PARAM_TYPE},
+                                                    &metadata),
+              C2_OK);
+    const auto* time = C2StreamAvTimestampTuning::From(metadata.at(0).get());
+    ASSERT_NE(time, nullptr);
+    EXPECT_EQ(time->timestamp, 1ull << 40);
+
+    EXPECT_EQ(target->copyPropertiesTo(target, &omitted), C2_OK);
+    EXPECT_THAT(omitted, IsEmpty());
+    EXPECT_THAT(target->configUpdates(), SizeIs(1)) << "nothing is doubled";
+    EXPECT_EQ(source->copyPropertiesTo(GraphicBuffer(64, 64, PixFormat::NV12)), C2_OK);
+    EXPECT_EQ(source->copyPropertiesTo(buffer), C2_OK) << "from a picture to bytes";
+    EXPECT_EQ(buffer->timestamp(), 7u);
+    EXPECT_EQ(buffer->copyPropertiesTo(nullptr), LX2_BAD_ARG);
+    EXPECT_EQ(buffer->copyPropertiesTo(source), C2_CANNOT_DO);
 }
 
 TEST_F(BufferTest, RangeIsCheckedTrimmedAndLogged) {

@@ -13,6 +13,8 @@
 
 namespace lx2::test {
 
+using ::testing::ElementsAreArray;
+
 using Bytes = std::vector<uint8_t>;
 using Params = std::vector<std::unique_ptr<C2Param>>;
 
@@ -67,14 +69,19 @@ class GrallocMetadataTest : public Fixture {
             EXPECT_NE(handle, allocation->handle()) << "the imported handle is passed";
             const auto record = records.find(type);
             gets.push_back(type);
+            lastGot = handle;
             if (record == records.end())
                 return 1;
             memcpy(data, record->second.data(), record->second.size());
             return 0;
         };
-        DisplayMetadataCalls().set = [this](void*, int type, void* data) {
+        DisplayMetadataCalls().set = [this](void* handle, int type, void* data) {
+            EXPECT_NE(handle, lastGot) << "what is read is not written back";
             // The first payload of all is a byte longer than a word.
-            const size_t size = type == kColor ? sizeof(lxd::ColorMetaData) : sets.empty() ? 5 : 4;
+            const size_t size = type == kColor         ? sizeof(lxd::ColorMetaData)
+                                : type == kAvTimestamp ? sizeof(uint64_t)
+                                : sets.empty()         ? 5
+                                                       : 4;
             const auto* bytes = static_cast<const uint8_t*>(data);
             sets.emplace_back(type, Bytes(bytes, bytes + size));
             return setResult;
@@ -100,6 +107,7 @@ class GrallocMetadataTest : public Fixture {
     std::vector<int> gets;
     std::vector<std::pair<int, Bytes>> sets;
     int setResult = 0;
+    void* lastGot = nullptr;
     std::shared_ptr<C2GraphicAllocation> allocation;
     std::unique_ptr<LX2GrallocBuffer> buffer;
     Params infos, updates;
@@ -234,8 +242,10 @@ TEST_F(GrallocMetadataTest, WritesColorAsOneRecordAndPayloadsAsTheyAre) {
     EXPECT_EQ(buffer->setMetadata(written), C2_OK);
     EXPECT_THAT(sets, IsEmpty());
 
+    const auto sizeless = InfoOf(0xD200800B, {});
+    memset(static_cast<void*>(sizeless.get()), 0, sizeof(uint32_t));
     written.insert(written.end(), {aspects, InfoOf(0xD200800B, {1, 2, 3, 4, 5}), hsi,
-                                   InfoOf(0xD2008035, {7, 8, 9}), InfoOf(0xD200800B, {})});
+                                   InfoOf(0xD2008035, {7, 8, 9}), sizeless});
     lxd::ColorMetaData color{};
     LX2GrallocMetadataTranslater::convertAspectsToMetaData(*aspects, &color);
     LX2GrallocMetadataTranslater::convertHsiToMetaData(*hsi, &color);
@@ -256,6 +266,35 @@ TEST_F(GrallocMetadataTest, WritesColorAsOneRecordAndPayloadsAsTheyAre) {
     }
 }
 
+TEST_F(GrallocMetadataTest, CopyWritesTimeAndColorRecordAndListsTheRest) {
+    const auto other = host::AllocateGraphic(64, 64, PixFormat::NV12, 0);
+    LX2GrallocBuffer target(other->handle());
+    log.take();
+    std::vector<C2Param::Index> omitted = {5u};
+    EXPECT_EQ(buffer->copyMetadataTo(nullptr, &omitted), LX2_BAD_ARG);
+    EXPECT_EQ(buffer->copyMetadataTo(&target, &omitted), C2_OK);
+    EXPECT_THAT(sets, IsEmpty());
+    EXPECT_THAT(log.take(), IsEmpty()) << "to have no metadata is no failure";
+
+    Bytes color(sizeof(lxd::ColorMetaData));
+    std::iota(color.begin(), color.end(), uint8_t{1});
+    const Bytes time = {1, 2, 3, 4, 5, 6, 7, 8};
+    records = {{kAvTimestamp, time}, {kColor, color}, {kKva, Bytes(1072)}, {kStatistics, Bytes(4)}};
+    EXPECT_EQ(buffer->copyMetadataTo(&target, nullptr), C2_OK);
+    EXPECT_EQ(buffer->copyMetadataTo(&target, &omitted), C2_OK);
+    const std::pair timeSet(kAvTimestamp, time), colorSet(kColor, color);
+    EXPECT_THAT(sets, ElementsAre(timeSet, colorSet, timeSet, colorSet));
+    EXPECT_THAT(omitted, ElementsAre(5, 0xC200802E, 0x4200802F, 0xC2008020));
+    setResult = 5;
+    omitted.clear();
+    EXPECT_EQ(buffer->copyMetadataTo(&target, &omitted), C2_OK);
+    EXPECT_THAT(omitted, ElementsAre(0x72008015, 0xC2001809, 0xC200802E, 0x4200802F, 0xC2008020));
+    EXPECT_EQ(target.setPresentationTime(1), LX2_ERROR);
+    const LogLine noTime = Warning(kTag, "Set metadata: [AvTimestamp] failed !");
+    EXPECT_THAT(log.take(),
+                ElementsAre(noTime, Warning(kTag, "Set metadata: [Color] failed !"), noTime));
+}
+
 TEST_F(GrallocMetadataTest, RefusesWithoutAHandleOrAnOutput) {
     Params list;
     EXPECT_EQ(buffer->getMetadata({0xC2001809}, nullptr), LX2_ERROR);
@@ -269,8 +308,11 @@ TEST_F(GrallocMetadataTest, RefusesWithoutAHandleOrAnOutput) {
     EXPECT_EQ(invalid.getMetadata({0xC2001809}, nullptr), LX2_ERROR);
     EXPECT_EQ(invalid.getMetadata(nullptr, nullptr), LX2_ERROR);
     EXPECT_EQ(invalid.setMetadata({}), LX2_ERROR);
-    const LogLine noHandle = Warning(kTag, "private handle NULL, cannot set metadata");
-    EXPECT_THAT(log.take(), ElementsAre(noHandle, noHandle, noHandle));
+    EXPECT_EQ(invalid.setPresentationTime(1), LX2_ERROR);
+    EXPECT_EQ(invalid.copyMetadataTo(buffer.get(), nullptr), LX2_ERROR);
+    EXPECT_EQ(buffer->copyMetadataTo(&invalid, nullptr), LX2_ERROR);
+    EXPECT_THAT(log.take(), ElementsAreArray(std::vector(
+                                6, Warning(kTag, "private handle NULL, cannot set metadata"))));
     EXPECT_THAT(gets, IsEmpty());
 }
 

@@ -215,8 +215,11 @@ TEST_F(GraphicViewTest, ViewWithoutABlockGivesTheDefaults) {
     EXPECT_EQ(view.getPrivateMetadata({C2Param::Type(0xC2001809)}, &params), C2_CANNOT_DO);
     EXPECT_EQ(view.getPrivateMetadata(&params, &params), C2_CANNOT_DO);
     EXPECT_EQ(view.setPrivateMetadata({}), C2_CANNOT_DO);
+    EXPECT_EQ(view.setPresentationTime(1), C2_CANNOT_DO);
+    EXPECT_EQ(view.copyPrivateMetadataTo(&view, nullptr), C2_CANNOT_DO);
+    EXPECT_EQ(view.copyPrivateMetadataTo(nullptr, nullptr), LX2_BAD_ARG);
     const auto warning = Warning(kTag, "private handle NULL, cannot set metadata");
-    EXPECT_THAT(log.take(), ElementsAre(warning, warning, warning));
+    EXPECT_THAT(log.take(), ElementsAre(warning, warning, warning, warning, warning));
     EXPECT_EQ(view.share(), nullptr);
     EXPECT_THAT(log.take(),
                 ElementsAre(Warning(kTag, "LX2Buffer::Graphic::share: Source buffer is invalid")));

@@ -71,7 +71,8 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     static constexpr const char* kCustomOrdinal = "custom-ordinal";
     static constexpr const char* kFlags = "flags";
 
-    // Per-buffer values; 0 while unset.
+    // Per-buffer values; 0 while unset. They are the component's own: the display gets its time by
+    // the graphic view's setPresentationTime().
     uint64_t timestamp() const { return value(kTimestamp); }
     uint64_t inputIndex() const { return value(kInputIndex); }
     uint64_t outputIndex() const { return value(kOutputIndex); }
@@ -120,9 +121,27 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     const std::list<std::shared_ptr<C2Param>>& configUpdates() const { return mConfigUpdates; }
 
     // Gives this buffer's values, infos and configuration updates to dst. Values that dst has stay;
-    // infos replace those of dst with the same core index.
+    // infos replace those of dst with the same core index. Infos that a wrapped C2Buffer has, crop
+    // and display metadata are not copied: see copyPropertiesTo().
     // C2_OK; LX2_BAD_ARG for null.
     LX2Status copyBufInfoTo(std::shared_ptr<LX2Buffer> dst);
+
+    // Makes dst, whose pixels or bytes were made from those of this buffer, describe them as this
+    // buffer does. Copied are
+    // - all values (timestamp, indices, flags, ...), which replace those of dst;
+    // - copies of the infos of a wrapped C2Buffer, and of those added here, which replace infos of
+    //   dst with the same core index; infos of the input direction become infos of the output;
+    // - the configuration updates, shared;
+    // - from picture to picture the crop, and the display metadata (LX2GrallocBuffer's
+    //   copyMetadataTo()).
+    // omitted, which may be null, is replaced by the indices of what dst did not get: a crop that
+    // does not fit dst and was clamped (C2StreamCropRectInfo::output), and metadata as
+    // copyMetadataTo() lists it.
+    // C2_OK, also with something omitted; LX2_BAD_ARG for null; C2_CANNOT_DO when dst wraps a
+    // C2Buffer, which can't be described anew (nothing changes); LX2_ERROR, with a warning, when
+    // the display metadata can't be accessed (the rest is copied).
+    LX2Status copyPropertiesTo(const std::shared_ptr<LX2Buffer>& dst,
+                               std::vector<C2Param::Index>* omitted = nullptr) const;
 
     // The buffer for the framework: the wrapped C2Buffer itself, or a new one of the block with its
     // present range or crop and the infos added here. Null when there is no block to share.
@@ -374,6 +393,16 @@ class LX2_API LX2Buffer::Graphic {
     LX2Status getPrivateMetadata(std::vector<std::unique_ptr<C2Param>>* params,
                                  std::vector<std::unique_ptr<C2Param>>* extra);
     LX2Status setPrivateMetadata(const std::vector<std::shared_ptr<C2Info>>& infos);
+
+    // Writes the time at which the display presents the frame, in the component's own unit. The
+    // buffer's setTimestamp() does not reach the display.
+    // C2_OK; LX2_ERROR, with a warning, when it could not be written; C2_CANNOT_DO, with a warning,
+    // without a platform buffer.
+    LX2Status setPresentationTime(uint64_t timestamp);
+
+    // Copies the display's metadata: see LX2GrallocBuffer. Additionally C2_CANNOT_DO, with a
+    // warning, when either view has no platform buffer.
+    LX2Status copyPrivateMetadataTo(Graphic* target, std::vector<C2Param::Index>* omitted) const;
 
     // Map the whole allocation, from its start. Null for an invalid view; else a mapping whose
     // data() is null if mapping failed. The buffer must be owned by a shared_ptr. Unlike a linear

@@ -99,6 +99,21 @@ class LX2_API LX2GrallocBuffer : public LX2PlatformBuffer {
                           std::vector<std::unique_ptr<C2Param>>* configUpdates) override;
     LX2Status setMetadata(const std::vector<std::shared_ptr<C2Info>>& infos) override;
 
+    // Writes the time at which the display presents the frame: what getMetadata() reads as the AV
+    // timestamp. The unit is the component's choice; the display compares the values with each
+    // other. C2_OK; LX2_ERROR, with a warning, when it could not be written.
+    LX2Status setPresentationTime(uint64_t timestamp);
+
+    // Copies to target the metadata that the display stack keeps with this buffer, as far as it can
+    // be written: the presentation time, and the color record as a whole (aspects, HDR static and
+    // dynamic metadata). Appends to omitted, which may be null, the indices of the parameters as
+    // getMetadata() gives them that this buffer has and target did not get: statistics of the
+    // compressed layout and the vision processor's data always, the others when writing failed.
+    // Interlace and refresh rate can't be read, and are neither copied nor listed.
+    // C2_OK; LX2_ERROR, with a warning, when either object has no handle or a function of the
+    // display-metadata library is missing; LX2_BAD_ARG for null.
+    LX2Status copyMetadataTo(LX2GrallocBuffer* target, std::vector<C2Param::Index>* omitted);
+
   private:
     native_handle_t* mHandle = nullptr;
     bool mValid = false;

@@ -14,10 +14,11 @@ namespace lx2 {
 
 using LX2Status = int32_t;
 
-enum : LX2Status {
-    LX2_ERROR = -1,    // general failure
-    LX2_BAD_ARG = -2,  // a required argument is missing, or a list that needs entries is empty
-};
+// Plain numbers, so that `done ? C2_OK : LX2_ERROR` and comparisons with a c2_status_t compile
+// without a warning about two enumerations.
+inline constexpr LX2Status LX2_ERROR = -1;    // general failure
+inline constexpr LX2Status LX2_BAD_ARG = -2;  // a required argument is missing, or a list that
+                                              // needs entries is empty
 
 // The platform's codes that this family returns or tests.
 using ::C2_BAD_VALUE;

@@ -32,9 +32,10 @@ struct LX2_API C2AvTimestampStruct {
 
     DEFINE_C2STRUCT(AvTimestamp)
 } C2_PACK;
-// Asked for by the type of this one, and produced with an index that names no direction.
+// Requested by the type of its input form, and produced as this type itself, whose index has no
+// direction.
 using C2StreamAvTimestampTuning = C2StreamParam<C2Tuning, C2AvTimestampStruct>;
-constexpr uint32_t kAvTimestampProduced = 0x72008015;
+constexpr uint32_t kAvTimestampProduced = C2StreamAvTimestampTuning::PARAM_TYPE;
 
 // Statistics of the compressed layout.
 struct LX2_API C2CmpxStatisticsStruct {
@@ -70,25 +71,5 @@ using C2StreamKvaRatesTuning = C2StreamParam<C2Tuning, C2KvaRatesStruct>;
 // Taken by setMetadata() as they are: a word at least of what the display stack defines.
 using C2StreamInterlaceInfo = C2StreamParam<C2Info, C2Uint32Value, kParamIndexInterlace>;
 using C2StreamRefreshRateInfo = C2StreamParam<C2Info, C2Uint32Value, kParamIndexRefreshRate>;
-
-// As the display stack's other users have them: offsets from the parameter's start, less the eight
-// bytes of its header.
-static_assert(C2StreamAvTimestampTuning::input::PARAM_TYPE == 0x42008015);
-static_assert(sizeof(C2StreamAvTimestampTuning::input) == 24);
-static_assert(offsetof(C2AvTimestampStruct, timestamp) == 16 - 8);
-static_assert(C2StreamCmpxStatisticsInfo::input::PARAM_TYPE == 0xC2008020);
-static_assert(sizeof(C2StreamCmpxStatisticsInfo::input) == 44);
-static_assert(offsetof(C2CmpxStatisticsStruct, valid) == 12 - 8);
-static_assert(offsetof(C2CmpxStatisticsStruct, tiles) == 16 - 8);
-static_assert(C2StreamKvaMetadataInfo::input::PARAM_TYPE == 0xC200802E);
-static_assert(sizeof(C2StreamKvaMetadataInfo::input) == 1072);
-static_assert(offsetof(C2KvaMetadataStruct, payload) == 12 - 8);
-static_assert(offsetof(C2KvaMetadataStruct, flags) == 1036 - 8);
-static_assert(offsetof(C2KvaMetadataStruct, further) == 1040 - 8);
-static_assert(C2StreamKvaRatesTuning::input::PARAM_TYPE == 0x4200802F);
-static_assert(sizeof(C2StreamKvaRatesTuning::input) == 16);
-static_assert(C2StreamHdr10PlusInfo::input::PARAM_TYPE == 0xC2011811);
-static_assert(C2StreamInterlaceInfo::output::PARAM_TYPE == 0xD200800B);
-static_assert(C2StreamRefreshRateInfo::output::PARAM_TYPE == 0xD2008035);
 
 }  // namespace lx2

@@ -34,6 +34,11 @@ bool IsSet(const C2Rect& crop) {
     return crop.width != 0 || crop.height != 0 || crop.left != 0 || crop.top != 0;
 }
 
+// init() makes every view's platform buffer.
+LX2GrallocBuffer* GrallocOf(const std::unique_ptr<LX2PlatformBuffer>& buffer) {
+    return static_cast<LX2GrallocBuffer*>(buffer.get());
+}
+
 // Getters say the same as the setter.
 LX2Status NoPlatformBuffer() {
     LX2_LOGW("private handle NULL, cannot set metadata");
@@ -158,6 +163,20 @@ LX2Status LX2Buffer::Graphic::getPrivateMetadata(std::vector<std::unique_ptr<C2P
 LX2Status LX2Buffer::Graphic::setPrivateMetadata(
     const std::vector<std::shared_ptr<C2Info>>& infos) {
     return mPlatformBuffer ? mPlatformBuffer->setMetadata(infos) : NoPlatformBuffer();
+}
+
+LX2Status LX2Buffer::Graphic::setPresentationTime(uint64_t timestamp) {
+    return mPlatformBuffer ? GrallocOf(mPlatformBuffer)->setPresentationTime(timestamp)
+                           : NoPlatformBuffer();
+}
+
+LX2Status LX2Buffer::Graphic::copyPrivateMetadataTo(Graphic* target,
+                                                    std::vector<C2Param::Index>* omitted) const {
+    if (target == nullptr)
+        return LX2_BAD_ARG;
+    if (!mPlatformBuffer || !target->mPlatformBuffer)
+        return NoPlatformBuffer();
+    return GrallocOf(mPlatformBuffer)->copyMetadataTo(GrallocOf(target->mPlatformBuffer), omitted);
 }
 
 std::unique_ptr<LX2Buffer::Mapping> LX2Buffer::Graphic::mapInternal(bool writable) const {

@@ -35,4 +35,14 @@ LX2LXDMetadata::~LX2LXDMetadata() {
     setMetaDataAndUnmap = nullptr;
 }
 
+bool SetRecord(void* handle, DisplayMetadataType type, void* record, const char* name) {
+    const bool done =
+        LX2LXDMetadata::sLibrary.setMetaDataAndUnmap(handle, static_cast<int>(type), record) == 0;
+    if (done)
+        LX2_LOGT("Set metadata: %s suceeded", name);
+    else
+        LX2_LOGW("Set metadata: %s failed !", name);
+    return done;
+}
+
 }  // namespace lx2

@@ -24,4 +24,17 @@ class LX2LXDMetadata {
     void* mHandle = nullptr;
 };
 
+// Reads a record of an imported handle, which is cleared first; tells whether there is one. The
+// library's getter must be there.
+template <typename Record>
+bool GetRecord(void* handle, DisplayMetadataType type, Record* record) {
+    *record = Record{};
+    return LX2LXDMetadata::sLibrary.getMetaDataAndUnmap(handle, static_cast<int>(type), record) ==
+           0;
+}
+
+// Writes a record, and logs under its name whether that succeeded. The library's setter must be
+// there.
+bool SetRecord(void* handle, DisplayMetadataType type, void* record, const char* name);
+
 }  // namespace lx2

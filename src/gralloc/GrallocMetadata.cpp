@@ -28,43 +28,36 @@ bool Ready(bool valid, DisplayMetadataFunction function, const char* operation) 
     return true;
 }
 
-bool ReadyToGet(bool valid, bool outputs) {
-    if (!Ready(valid, LX2LXDMetadata::sLibrary.getMetaDataAndUnmap, "getMetadata"))
-        return false;
+bool ReadyToGet(bool valid) {
+    return Ready(valid, LX2LXDMetadata::sLibrary.getMetaDataAndUnmap, "getMetadata");
+}
+
+bool ReadyToSet(bool valid) {
+    return Ready(valid, LX2LXDMetadata::sLibrary.setMetaDataAndUnmap, "setMetadata");
+}
+
+bool HasOutputs(bool outputs) {
     if (!outputs)
         LX2_LOGW("infos is NULL, cannot set metadata");
     return outputs;
 }
 
-void TraceColorFetched() {
-    LX2_LOGT("Get metadata: COLOR_METADATA suceeded");
-}
-
-void Set(void* handle, DisplayMetadataType type, void* data, const char* name) {
-    const int error =
-        LX2LXDMetadata::sLibrary.setMetaDataAndUnmap(handle, static_cast<int>(type), data);
-    if (error == 0)
-        LX2_LOGT("Set metadata: %s suceeded", name);
-    else
-        LX2_LOGW("Set metadata: %s failed !", name);
-}
-
-// A word at least goes to the display-metadata library: a shorter payload gets zeros behind it.
+// The display-metadata library takes a word at least: a shorter payload gets zeros behind it.
 void SetPayload(void* handle, DisplayMetadataType type, C2Info* info, const char* name) {
     uint8_t* payload = reinterpret_cast<uint8_t*>(info) + sizeof(C2Param);
-    const size_t size = info->size() - std::min<size_t>(info->size(), sizeof(C2Param));
-    uint32_t padded = 0;
-    if (size >= sizeof(padded))
-        return Set(handle, type, payload, name);
-    memcpy(&padded, payload, size);
-    Set(handle, type, &padded, name);
+    uint8_t padded[sizeof(uint32_t)] = {};
+    const size_t size = info->size() - std::min(info->size(), sizeof(C2Param));
+    const bool isShort = size < sizeof(padded);
+    if (isShort)
+        memcpy(padded, payload, size);
+    SetRecord(handle, type, isShort ? padded : payload, name);
 }
 
 }  // namespace
 
 LX2Status LX2GrallocBuffer::getMetadata(const std::vector<C2Param::Type>& types,
                                         std::vector<std::unique_ptr<C2Param>>* out) {
-    if (!ReadyToGet(mValid, out != nullptr))
+    if (!ReadyToGet(mValid) || !HasOutputs(out != nullptr))
         return LX2_ERROR;
     bool fetched = false;
     for (const C2Param::Type& type : types) {
@@ -73,18 +66,15 @@ LX2Status LX2GrallocBuffer::getMetadata(const std::vector<C2Param::Type>& types,
             fetched |= FetchAvTimestamp(mHandle, out);
         } else if (kind == C2StreamColorAspectsInfo::input::PARAM_TYPE) {
             lxd::ColorMetaData record;
-            if (FetchColorAspects(mHandle, out, &record)) {
-                TraceColorFetched();
-                fetched = true;
-            }
+            fetched |= FetchColorAspects(mHandle, out, &record);
         }
     }
-    return fetched ? LX2Status{C2_OK} : LX2_ERROR;
+    return fetched ? C2_OK : LX2_ERROR;
 }
 
 LX2Status LX2GrallocBuffer::getMetadata(std::vector<std::unique_ptr<C2Param>>* infos,
                                         std::vector<std::unique_ptr<C2Param>>* configUpdates) {
-    if (!ReadyToGet(mValid, infos != nullptr && configUpdates != nullptr))
+    if (!ReadyToGet(mValid) || !HasOutputs(infos != nullptr && configUpdates != nullptr))
         return LX2_ERROR;
     bool fetched = false;
     lxd::ColorMetaData record;
@@ -92,16 +82,15 @@ LX2Status LX2GrallocBuffer::getMetadata(std::vector<std::unique_ptr<C2Param>>* i
         if (format() == PixFormat::MIREL_TP10 || format() == PixFormat::MIREL_P010)
             AppendHdrStatic(record, configUpdates);
         AppendHdrDynamic(record, infos);
-        TraceColorFetched();
         fetched = true;
     }
     fetched |= FetchKva(mHandle, infos, configUpdates);
     fetched |= FetchStatistics(mHandle, infos);
-    return fetched ? LX2Status{C2_OK} : LX2_ERROR;
+    return fetched ? C2_OK : LX2_ERROR;
 }
 
 LX2Status LX2GrallocBuffer::setMetadata(const std::vector<std::shared_ptr<C2Info>>& infos) {
-    if (!Ready(mValid, LX2LXDMetadata::sLibrary.setMetaDataAndUnmap, "setMetadata"))
+    if (!ReadyToSet(mValid))
         return LX2_ERROR;
     lxd::ColorMetaData record{};
     bool colorChanged = false;
@@ -131,7 +120,43 @@ LX2Status LX2GrallocBuffer::setMetadata(const std::vector<std::shared_ptr<C2Info
         }
     }
     if (colorChanged)
-        Set(mHandle, DisplayMetadataType::Color, &record, "[Color]");
+        SetRecord(mHandle, DisplayMetadataType::Color, &record, "[Color]");
+    return C2_OK;
+}
+
+LX2Status LX2GrallocBuffer::setPresentationTime(uint64_t timestamp) {
+    const bool done = ReadyToSet(mValid) && SetRecord(mHandle, DisplayMetadataType::AvTimestamp,
+                                                      &timestamp, "[AvTimestamp]");
+    return done ? C2_OK : LX2_ERROR;
+}
+
+LX2Status LX2GrallocBuffer::copyMetadataTo(LX2GrallocBuffer* target,
+                                           std::vector<C2Param::Index>* omitted) {
+    if (target == nullptr)
+        return LX2_BAD_ARG;
+    if (!ReadyToGet(mValid) || !ReadyToSet(target->mValid))
+        return LX2_ERROR;
+    const auto omit = [omitted](uint32_t index) {
+        if (omitted != nullptr)
+            omitted->emplace_back(index);
+    };
+    uint64_t timestamp;
+    if (GetRecord(mHandle, DisplayMetadataType::AvTimestamp, &timestamp) &&
+        target->setPresentationTime(timestamp) != C2_OK)
+        omit(kAvTimestampProduced);
+    lxd::ColorMetaData color;
+    // As a record, and not by way of parameters: those can't express all of its values.
+    if (GetRecord(mHandle, DisplayMetadataType::Color, &color) &&
+        !SetRecord(target->mHandle, DisplayMetadataType::Color, &color, "[Color]"))
+        omit(C2StreamColorAspectsInfo::input::PARAM_TYPE);
+    KvaRecord kva;
+    if (GetRecord(mHandle, DisplayMetadataType::Kva, &kva)) {
+        omit(C2StreamKvaMetadataInfo::input::PARAM_TYPE);
+        omit(C2StreamKvaRatesTuning::input::PARAM_TYPE);
+    }
+    StatisticsRecord statistics;
+    if (GetRecord(mHandle, DisplayMetadataType::Statistics, &statistics))
+        omit(C2StreamCmpxStatisticsInfo::input::PARAM_TYPE);
     return C2_OK;
 }
 

@@ -6,6 +6,7 @@
 #include <lx2/Memory.h>
 
 #include <algorithm>
+#include <cinttypes>
 #include <utility>
 
 #include "DisplayMetadata.h"
@@ -16,27 +17,9 @@ constexpr LogModule kLog = kGrallocLog;
 
 namespace {
 
-template <typename Record>
-bool Get(void* handle, DisplayMetadataType type, Record* record) {
-    *record = Record{};
-    return LX2LXDMetadata::sLibrary.getMetaDataAndUnmap(handle, static_cast<int>(type), record) ==
-           0;
-}
-
-// A length that came with a record, held to what the record has room for.
-uint32_t Held(uint32_t length, size_t room) {
-    return std::min(length, static_cast<uint32_t>(room));
-}
-
-// The index that the time stamp is known by names no direction, as none of the templates does.
-std::unique_ptr<C2Param> AvTimestampOf(uint64_t timestamp) {
-    const C2StreamAvTimestampTuning::input param;
-    alignas(C2Param) uint8_t bytes[sizeof(param)] = {};
-    const uint32_t header[] = {sizeof(param), kAvTimestampProduced};
-    memcpy(bytes, header, sizeof(header));
-    memcpy(bytes + sizeof(header) + offsetof(C2AvTimestampStruct, timestamp), &timestamp,
-           sizeof(timestamp));
-    return C2Param::Copy(*reinterpret_cast<const C2Param*>(bytes));
+// A length that came with a record, clamped to the capacity of the record's payload.
+uint32_t ClampLength(uint32_t length, size_t capacity) {
+    return std::min(length, static_cast<uint32_t>(capacity));
 }
 
 }  // namespace
@@ -44,18 +27,21 @@ std::unique_ptr<C2Param> AvTimestampOf(uint64_t timestamp) {
 bool FetchAvTimestamp(void* handle, MetadataParams* out) {
     LX2_LOGT("get av timestamp");
     uint64_t timestamp;
-    if (!Get(handle, DisplayMetadataType::AvTimestamp, &timestamp)) {
+    if (!GetRecord(handle, DisplayMetadataType::AvTimestamp, &timestamp)) {
         LX2_LOGW("Failed to get metadata: av timestamp");
         return false;
     }
-    LX2_LOGT("av timestamp: %llu", static_cast<unsigned long long>(timestamp));
-    out->push_back(AvTimestampOf(timestamp));
+    LX2_LOGT("av timestamp: %" PRIu64, timestamp);
+    auto param = std::make_unique<C2StreamAvTimestampTuning>();
+    param->reserved = 0;
+    param->timestamp = timestamp;
+    out->push_back(std::move(param));
     return true;
 }
 
 bool FetchColorAspects(void* handle, MetadataParams* out, lxd::ColorMetaData* record) {
     LX2_LOGT("get color metadata");
-    if (!Get(handle, DisplayMetadataType::Color, record)) {
+    if (!GetRecord(handle, DisplayMetadataType::Color, record)) {
         LX2_LOGW("Failed to get metadata: COLOR_METADATA");
         return false;
     }
@@ -65,6 +51,7 @@ bool FetchColorAspects(void* handle, MetadataParams* out, lxd::ColorMetaData* re
     LX2GrallocMetadataTranslater::convertMetaDataToAspects(*record, aspects.get());
     LX2_LOGT("Gralloc -> C2 Aspects: %s", LX2ColorAspects::AsString(*aspects, &text).c_str());
     out->push_back(std::move(aspects));
+    LX2_LOGT("Get metadata: COLOR_METADATA suceeded");
     return true;
 }
 
@@ -77,7 +64,8 @@ void AppendHdrStatic(const lxd::ColorMetaData& record, MetadataParams* out) {
 }
 
 void AppendHdrDynamic(const lxd::ColorMetaData& record, MetadataParams* out) {
-    const uint32_t length = Held(record.dynamicMetaDataLength, sizeof(record.dynamicMetaData));
+    const uint32_t length =
+        ClampLength(record.dynamicMetaDataLength, sizeof(record.dynamicMetaData));
     if (length == 0)
         return;
     auto param = C2StreamHdr10PlusInfo::input::AllocUnique(length, 0u);
@@ -87,10 +75,10 @@ void AppendHdrDynamic(const lxd::ColorMetaData& record, MetadataParams* out) {
 
 bool FetchKva(void* handle, MetadataParams* infos, MetadataParams* configUpdates) {
     KvaRecord record;
-    if (!Get(handle, DisplayMetadataType::Kva, &record))
+    if (!GetRecord(handle, DisplayMetadataType::Kva, &record))
         return false;
     auto metadata = std::make_unique<C2StreamKvaMetadataInfo::input>();
-    metadata->payloadSize = Held(record.payloadSize, sizeof(record.payload));
+    metadata->payloadSize = ClampLength(record.payloadSize, sizeof(record.payload));
     metadata->flags = record.flags;
     memcpy_s(metadata->payload, metadata->payloadSize, record.payload, metadata->payloadSize);
     memcpy_s(metadata->further, sizeof(metadata->further), record.further, sizeof(record.further));
@@ -107,7 +95,7 @@ bool FetchKva(void* handle, MetadataParams* infos, MetadataParams* configUpdates
 
 bool FetchStatistics(void* handle, MetadataParams* infos) {
     StatisticsRecord record;
-    if (!Get(handle, DisplayMetadataType::Statistics, &record))
+    if (!GetRecord(handle, DisplayMetadataType::Statistics, &record))
         return false;
     auto param = std::make_unique<C2StreamCmpxStatisticsInfo::input>();
     param->header = record.header;

@@ -1,5 +1,7 @@
 #include "FieldWriter.h"
 
+#include <base/ParamHeader.h>
+
 #include <C2ParamInternal.h>
 
 #include <cstdint>
@@ -10,13 +12,6 @@
 
 namespace lx2 {
 namespace {
-
-// What every parameter begins with.
-struct ParamHeader {
-    uint32_t size;  // of the whole parameter, bytes
-    uint32_t index;
-};
-static_assert(sizeof(ParamHeader) == 8 && sizeof(C2Param) == sizeof(ParamHeader));
 
 constexpr uint64_t kHeaderSize = sizeof(ParamHeader);
 constexpr uint64_t kMaxParamSize = 0x7FFFFFFF;
@@ -31,9 +26,9 @@ std::unique_ptr<C2Param> AllocateParam(uint64_t size, uint32_t index) {
     if (memory == nullptr)
         return nullptr;
     memset(memory, 0, size);
-    const ParamHeader header{static_cast<uint32_t>(size), index};
-    memcpy(memory, &header, sizeof(header));
-    return std::unique_ptr<C2Param>(static_cast<C2Param*>(memory));
+    std::unique_ptr<C2Param> param(static_cast<C2Param*>(memory));
+    WriteHeader(param.get(), {static_cast<uint32_t>(size), index});
+    return param;
 }
 
 // Puts a longer parameter with the old one's body into the slot; tells whether it could.
@@ -49,11 +44,6 @@ bool Grow(std::unique_ptr<C2Param>* slot, uint64_t size) {
     return true;
 }
 
-void ShrinkInPlace(C2Param* param, uint64_t size) {
-    const uint32_t shorter = static_cast<uint32_t>(size);
-    memcpy(BytesOf(param) + offsetof(ParamHeader, size), &shorter, sizeof(shorter));
-}
-
 void WriteFixed(C2Param* param, uint64_t offset, const void* value, uint64_t size) {
     if (offset + size <= param->size())  // else it is shorter than its descriptor says
         memcpy(BytesOf(param) + offset, value, size);
@@ -66,7 +56,7 @@ void WriteToEnd(std::unique_ptr<C2Param>* slot, uint64_t offset, const void* val
         if (offset > kMaxParamSize || kMaxParamSize - offset < size || !Grow(slot, needed))
             return;
     } else if (needed < param->size() && *param && needed >= kHeaderSize) {
-        ShrinkInPlace(param, needed);
+        WriteHeader(param, {static_cast<uint32_t>(needed), param->index()});
     }
     memcpy(BytesOf(slot->get()) + offset, value, size);
 }
