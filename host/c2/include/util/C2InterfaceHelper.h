@@ -209,7 +209,7 @@ C2InterfaceHelper::ParamBuilder<P>& C2InterfaceHelper::ParamBuilder<P>::dependin
                                               C2Param* old, C2Param* value) {
         C2P<P> me(P::From(value), helper.fields);
         size_t next = 0;
-        const auto fields = [&]() -> const _C2ParamFields& {
+        [[maybe_unused]] const auto fields = [&]() -> const _C2ParamFields& {
             return helper.dependencies[next++]->fields;
         };
         return std::apply(
