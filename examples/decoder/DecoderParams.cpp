@@ -188,7 +188,8 @@ DecoderParams::DecoderParams(const std::shared_ptr<C2ReflectorHelper>& reflector
 std::shared_ptr<C2InterfaceHelper> MakeDecoderParams(
     const std::shared_ptr<C2ReflectorHelper>& reflector) {
     // Nested structures don't come along by themselves.
-    reflector->addStructDescriptors<C2DecoderHardwareStruct>();
+    reflector->addStructDescriptors<C2DecoderHardwareStruct, C2MasteringDisplayColorVolumeStruct,
+                                    C2ColorXyStruct>();
     return std::make_shared<DecoderParams>(reflector);
 }
 

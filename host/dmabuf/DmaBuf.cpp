@@ -133,6 +133,16 @@ SyncCounts GetSyncCounts() {
     return state.counts;
 }
 
+bool IsBeingAccessed(int fd) {
+    struct stat info;
+    if (fstat(fd, &info) != 0)
+        return false;
+    std::lock_guard<std::mutex> lock(State().lock);
+    const auto first = State().open.lower_bound({info.st_dev, info.st_ino, 0});
+    return first != State().open.end() && std::get<0>(first->first) == info.st_dev &&
+           std::get<1>(first->first) == info.st_ino;
+}
+
 void ResetSyncCounts() {
     SyncState& state = State();
     std::lock_guard<std::mutex> lock(state.lock);

@@ -37,6 +37,9 @@ struct SyncCounts {
 
 // What this process has synchronised so far.
 LX2_HOST_API SyncCounts GetSyncCounts();
+
+// Whether a bracket of this memory is open: somebody's CPU access has not ended.
+LX2_HOST_API bool IsBeingAccessed(int fd);
 LX2_HOST_API void ResetSyncCounts();
 
 // Sees each synchronisation of a DMA-BUF with its dma_buf_sync flags and gives the result: 0, or an

@@ -1,0 +1,89 @@
+#include <lx2/LX2StreamParser.h>
+#include <lx2host/ComponentChecks.h>
+
+#include <cstdio>
+
+#include "Input.h"
+#include "Session.h"
+
+namespace lx2::example {
+
+namespace {
+
+// Long enough for every check, and decoded a dozen times in a short while.
+constexpr size_t kMostUnits = 150;
+
+// The parameter sets that the stream begins with, in bytes.
+uint32_t ConfigSize(const std::string& mediaType, const AVPacket& packet) {
+    uint32_t size = 0;
+    const auto bytes = static_cast<uint32_t>(packet.size);
+    if (mediaType == "video/avc")
+        LX2AVCStreamParser::FindCodecConfig(packet.data, bytes, &size);
+    else if (mediaType == "video/hevc")
+        LX2HEVCStreamParser::FindCodecConfig(packet.data, bytes, &size);
+    return size;
+}
+
+host::TestStream ReadStream(Input* input) {
+    host::TestStream stream;
+    stream.mediaType = input->mediaType();
+    while (stream.units.size() < kMostUnits) {
+        const Packet packet = input->read();
+        if (packet == nullptr)
+            break;
+        const uint32_t config = stream.units.empty() ? ConfigSize(stream.mediaType, *packet) : 0;
+        const auto time = static_cast<uint64_t>(packet->pts);
+        if (config > 0)
+            stream.units.push_back({{packet->data, packet->data + config}, true, false, time});
+        stream.units.push_back({{packet->data + config, packet->data + packet->size},
+                                false,
+                                (packet->flags & AV_PKT_FLAG_KEY) != 0,
+                                time});
+    }
+    return stream;
+}
+
+}  // namespace
+
+int Check(const Options& options, const std::shared_ptr<host::ComponentLibrary>& library,
+          std::string* error) {
+    std::vector<std::string> files;
+    if (!options.file.empty())
+        files = {options.file};
+    std::vector<host::TestStream> streams;
+    {
+        const auto component = library->createComponent();
+        if (component == nullptr) {
+            *error = "the factory makes no component";
+            return kExitFailed;
+        }
+        const auto type = host::MediaTypeOf(*component->intf());
+        if (files.empty())
+            for (const char* name :
+                 {"avc.264", "avc_crop.264", "avc_resize.264", "hevc.265", "vp8.ivf", "vp9.ivf"})
+                files.push_back(SamplePath(name));
+        for (const std::string& file : files) {
+            const auto input = Input::Open(file, error);
+            if (input == nullptr)
+                return kExitFailed;
+            if (!options.file.empty() || input->mediaType() == type)
+                streams.push_back(ReadStream(input.get()));
+        }
+        component->release();
+    }
+    size_t failed = 0;
+    const auto results =
+        host::CheckComponent(library, streams, [&](const host::ComponentCheck& check) {
+            printf("%-6s%s\n", check.faults.empty() ? "ok" : "FAIL", check.name.c_str());
+            for (const std::string& fault : check.faults)
+                printf("      %s\n", fault.c_str());
+            for (const std::string& warning : check.warnings)
+                printf("      warning: %s\n", warning.c_str());
+            fflush(stdout);
+            failed += check.faults.empty() ? 0 : 1;
+        });
+    printf("%zu checks, %zu failed\n", results.size(), failed);
+    return failed == 0 ? 0 : kExitFailed;
+}
+
+}  // namespace lx2::example

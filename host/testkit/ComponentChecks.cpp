@@ -1,0 +1,495 @@
+#include <C2Config.h>
+#include <lx2/LX2Buffer.h>
+#include <lx2/PixFormat.h>
+#include <lx2host/Client.h>
+#include <lx2host/ComponentChecks.h>
+#include <lx2host/Gralloc.h>
+#include <lx2host/OpenResources.h>
+#include <lx2host/VideoCore.h>
+
+#include <C2BlockInternal.h>
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <utility>
+
+namespace lx2::host {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using Unit = TestStream::Unit;
+
+constexpr uint32_t kEnd = C2FrameData::FLAG_END_OF_STREAM;
+constexpr size_t kSlots = 32;
+constexpr seconds kPatience{20};
+// The platform allows 500 ms for what a flush leaves behind; a loaded machine takes longer.
+constexpr seconds kFlushPatience{5};
+
+// The frame that a component with graphic input gets.
+std::shared_ptr<C2Buffer> PictureBuffer(uint32_t width, uint32_t height, uint32_t index) {
+    LX2Buffer buffer(_C2BlockFactory::CreateGraphicBlock(
+        AllocateGraphic(width + width % 2, height + height % 2, PixFormat::NV12, 0)));
+    LX2Buffer::Graphic& view = *buffer.graphic();
+    if (!WriteFrame(view.fd(), view.offset(), view.format(),
+                    TestFrame(view.width(), view.height(), 8, index).view()))
+        return nullptr;
+    view.setCrop(C2Rect(width, height));
+    return buffer.getSharedBuffer();
+}
+
+// A component for one check, and what the check finds.
+class Subject {
+  public:
+    Subject(const std::shared_ptr<ComponentLibrary>& library, const std::string& mediaType,
+            ComponentCheck* check)
+        : mCheck(check), mClient(library->createComponent()) {
+        if (!mediaType.empty()) {
+            const auto type = C2PortMediaTypeSetting::input::AllocUnique(mediaType.size() + 1);
+            memcpy(type->m.value, mediaType.c_str(), mediaType.size() + 1);
+            mClient.config({type.get()});
+        }
+        const auto input = mClient.query<C2StreamBufferTypeSetting::input>();
+        mTakesPictures = input && input->value == C2BufferData::GRAPHIC;
+        if (!mTakesPictures)
+            mClient.useSurface(kSlots);
+    }
+    ~Subject() {
+        mClient.stop();
+        expect("stop and release", mClient.release() != C2_BAD_STATE);
+        for (const std::string& failure : mClient.failures())
+            fail(failure);
+        for (const std::string& warning : mClient.warnings())
+            mCheck->warnings.push_back(warning);
+    }
+
+    Client& client() { return mClient; }
+    bool takesPictures() const { return mTakesPictures; }
+
+    void fail(const std::string& what) { mCheck->faults.push_back(what); }
+    void expect(const std::string& what, bool good) {
+        if (!good)
+            fail(what + " failed");
+    }
+    void expect(const std::string& what, c2_status_t status, c2_status_t wanted) {
+        if (status != wanted)
+            fail(what + ": " + std::to_string(status) + " in place of " + std::to_string(wanted));
+    }
+
+    void start() { expect("start", mClient.start(), C2_OK); }
+
+    // Queues one unit or picture, behind those queued before; without bytes an empty work.
+    void queue(const Unit* unit, uint32_t flags = 0) {
+        Client::Input input;
+        input.timestamp = mNextTime;
+        mNextTime += 40000;
+        input.flags = flags;
+        if (mTakesPictures && unit != nullptr) {
+            input.buffer = PictureBuffer(mWidth, mHeight, mPictures++);
+        } else if (unit != nullptr) {
+            // Presentation times differ from the order of decoding; those of another stream follow.
+            input.timestamp = mBase + unit->timestamp;
+            mNextTime = std::max(mNextTime, input.timestamp + 40000);
+            input.buffer = LinearBuffer(unit->bytes.data(), unit->bytes.size());
+            if (unit->config)
+                input.flags |= C2FrameData::FLAG_CODEC_CONFIG;
+        }
+        // What is behind the last frame has its time.
+        expect("queue", mClient.queue(std::move(input)), C2_OK);
+        while (mClient.pending() > kSlots && collect(kPatience)) {
+        }
+    }
+    void queue(const std::vector<Unit>& units, size_t from, size_t to, uint32_t lastFlags = 0) {
+        mBase = mNextTime;
+        for (size_t i = from; i < to; ++i)
+            queue(&units[i], i + 1 == to ? lastFlags : 0);
+    }
+
+    // Takes one output; false when none comes.
+    bool collect(milliseconds patience) {
+        const auto output = mClient.next(patience);
+        if (!output)
+            return false;
+        if (output->buffer != nullptr)
+            ++frames;
+        if (output->result != C2_OK)
+            fail("work " + std::to_string(output->frameIndex) + " failed with " +
+                 std::to_string(output->result));
+        if ((output->flags & kEnd) != 0)
+            ++ends;
+        return true;
+    }
+    // Takes all outputs that come; all works have to.
+    void finish(milliseconds patience = kPatience) {
+        while (collect(patience)) {
+        }
+        if (mClient.pending() != 0)
+            fail(std::to_string(mClient.pending()) + " works did not come back");
+        if (mClient.fatalError() != C2_OK)
+            fail("fatal error " + std::to_string(mClient.fatalError()));
+    }
+    void flush() {
+        expect("flush", mClient.flush(), C2_OK);
+        finish(kFlushPatience);
+    }
+    void setSize(uint32_t width, uint32_t height) {
+        mWidth = width;
+        mHeight = height;
+        C2StreamPictureSizeInfo::input size(0u, width, height);
+        mClient.config({&size});
+    }
+
+    uint64_t frames = 0;
+    uint64_t ends = 0;
+
+  private:
+    ComponentCheck* const mCheck;
+    Client mClient;
+    bool mTakesPictures = false;
+    uint32_t mWidth = 320, mHeight = 240;
+    uint32_t mPictures = 0;
+    uint64_t mNextTime = 0;
+    uint64_t mBase = 0;
+};
+
+class Checks {
+  public:
+    Checks(const std::shared_ptr<ComponentLibrary>& library, const std::vector<TestStream>& streams)
+        : mLibrary(library), mStreams(streams) {
+        if (!streams.empty())
+            mUnits = streams.front().units;
+        else
+            mUnits.resize(30);  // pictures, for those that take them
+        mMediaType = streams.empty() ? "" : streams.front().mediaType;
+    }
+
+    std::vector<ComponentCheck> run(const std::function<void(const ComponentCheck&)>& done);
+
+  private:
+    struct Row {
+        const char* name;
+        enum Needs { kNothing, kInput, kStream, kPictures } needs;
+        void (Checks::*check)(Subject&);
+    };
+    static const Row kRows[];
+
+    void parameters(Subject& subject);
+    void emptyCalls(Subject& subject);
+    void startAndStop(Subject& subject);
+    void wrongStates(Subject& subject);
+    void releases(Subject& subject);
+    void stopWithWork(Subject& subject);
+    void wholeStream(Subject& subject);
+    void endAlone(Subject& subject);
+    void endInFirst(Subject& subject);
+    void endTwice(Subject& subject);
+    void drains(Subject& subject);
+    void emptyWorks(Subject& subject);
+    void flushes(Subject& subject);
+    void flushBehindConfig(Subject& subject);
+    void keyFramesAlone(Subject& subject);
+    void severalStreams(Subject& subject);
+    void oddSizes(Subject& subject);
+    void bitrateChange(Subject& subject);
+
+    size_t keyFrameFrom(size_t at) const {
+        if (mStreams.empty())
+            return at;
+        while (at < mUnits.size() && !mUnits[at].keyFrame)
+            ++at;
+        return at;
+    }
+    void expectFrames(Subject& subject, uint64_t frames) {
+        if (mFrames && subject.frames < frames)
+            subject.fail(std::to_string(subject.frames) + " of " + std::to_string(frames) +
+                         " frames");
+    }
+
+    const std::shared_ptr<ComponentLibrary> mLibrary;
+    const std::vector<TestStream> mStreams;
+    std::vector<Unit> mUnits;
+    std::string mMediaType;
+    std::optional<uint64_t> mFrames;  // of the whole stream, once it was run
+};
+
+const Checks::Row Checks::kRows[] = {
+    {"parameters are queried and set back", Row::kNothing, &Checks::parameters},
+    {"flush without work, and an empty list of work", Row::kNothing, &Checks::emptyCalls},
+    {"ten times start and stop, ten times reset", Row::kNothing, &Checks::startAndStop},
+    {"calls in the wrong state are refused", Row::kNothing, &Checks::wrongStates},
+    {"release, and again", Row::kNothing, &Checks::releases},
+    {"a whole stream, with its end", Row::kInput, &Checks::wholeStream},
+    {"end of stream without a buffer", Row::kNothing, &Checks::endAlone},
+    {"end of stream in the first buffer", Row::kInput, &Checks::endInFirst},
+    {"end of stream twice", Row::kInput, &Checks::endTwice},
+    {"drain, with and without an end", Row::kInput, &Checks::drains},
+    {"empty works in between", Row::kInput, &Checks::emptyWorks},
+    {"flush at the start, in the middle, at the end", Row::kInput, &Checks::flushes},
+    {"flush between configuration and first frame", Row::kStream, &Checks::flushBehindConfig},
+    {"key frames alone", Row::kStream, &Checks::keyFramesAlone},
+    {"streams one after another", Row::kStream, &Checks::severalStreams},
+    {"odd sizes", Row::kPictures, &Checks::oddSizes},
+    {"another bit rate on the way", Row::kPictures, &Checks::bitrateChange},
+    {"stop and reset abandon work", Row::kInput, &Checks::stopWithWork},
+};
+
+void Checks::parameters(Subject& subject) {
+    C2ComponentInterface& intf = *subject.client().component()->intf();
+    std::vector<std::shared_ptr<C2ParamDescriptor>> descriptors;
+    subject.expect("querySupportedParams", intf.querySupportedParams_nb(&descriptors), C2_OK);
+    for (const auto& descriptor : descriptors) {
+        const std::string& name = descriptor->name();
+        std::vector<std::unique_ptr<C2Param>> values;
+        subject.expect("query of " + name,
+                       intf.query_vb({}, {descriptor->index()}, C2_MAY_BLOCK, &values), C2_OK);
+        if (values.size() != 1 || values.front() == nullptr) {
+            subject.fail(name + " has no value");
+            continue;
+        }
+        std::vector<std::unique_ptr<C2SettingResult>> failures;
+        subject.expect(name + " set to its own value",
+                       intf.config_vb({values.front().get()}, C2_MAY_BLOCK, &failures), C2_OK);
+        if (!failures.empty())
+            subject.fail(name + " is refused its own value");
+    }
+}
+
+void Checks::emptyCalls(Subject& subject) {
+    subject.start();
+    subject.flush();
+    std::list<std::unique_ptr<C2Work>> none;
+    subject.expect("an empty list", subject.client().component()->queue_nb(&none), C2_OK);
+}
+
+void Checks::startAndStop(Subject& subject) {
+    for (int i = 0; i < 10; ++i) {
+        subject.start();
+        subject.expect("stop", subject.client().stop(), C2_OK);
+    }
+    for (int i = 0; i < 10; ++i)
+        subject.expect("reset", subject.client().reset(), C2_OK);
+}
+
+void Checks::wrongStates(Subject& subject) {
+    C2Component& component = *subject.client().component();
+    std::list<std::unique_ptr<C2Work>> works;
+    const auto idle = [&](const std::string& when) {
+        subject.expect("stop " + when, component.stop(), C2_BAD_STATE);
+        subject.expect("queue " + when, component.queue_nb(&works), C2_BAD_STATE);
+        subject.expect("flush " + when, component.flush_sm(C2Component::FLUSH_COMPONENT, &works),
+                       C2_BAD_STATE);
+        subject.expect("drain " + when, component.drain_nb(C2Component::DRAIN_COMPONENT_WITH_EOS),
+                       C2_BAD_STATE);
+    };
+    idle("before the start");
+    subject.start();
+    subject.expect("start while running", component.start(), C2_BAD_STATE);
+    subject.expect("release while running", component.release(), C2_BAD_STATE);
+    subject.expect("stop", subject.client().stop(), C2_OK);
+    idle("after the stop");
+    subject.start();
+    subject.expect("reset", subject.client().reset(), C2_OK);
+    idle("after the reset");
+}
+
+void Checks::releases(Subject& subject) {
+    subject.expect("release", subject.client().release(), C2_OK);
+    subject.expect("release again", subject.client().release(), C2_DUPLICATE);
+    C2Component& component = *subject.client().component();
+    subject.expect("start after it", component.start(), C2_BAD_STATE);
+    subject.expect("reset after it", component.reset(), C2_BAD_STATE);
+}
+
+void Checks::wholeStream(Subject& subject) {
+    subject.start();
+    subject.queue(mUnits, 0, mUnits.size(), kEnd);
+    subject.finish();
+    if (subject.ends != 1)
+        subject.fail("the stream ends " + std::to_string(subject.ends) + " times");
+    if (subject.frames == 0)
+        subject.fail("no frame");
+    mFrames = subject.frames;
+}
+
+void Checks::endAlone(Subject& subject) {
+    subject.start();
+    subject.queue(nullptr, kEnd);
+    subject.finish();
+    subject.expect("the end", subject.ends == 1);
+}
+
+void Checks::endInFirst(Subject& subject) {
+    subject.start();
+    subject.queue(mUnits, 0, 1, kEnd);
+    subject.finish();
+    subject.expect("the end", subject.ends == 1);
+}
+
+void Checks::endTwice(Subject& subject) {
+    subject.start();
+    subject.queue(mUnits, 0, mUnits.size());
+    subject.queue(nullptr, kEnd);
+    subject.queue(nullptr, kEnd);
+    subject.finish();
+    subject.expect("both ends", subject.ends == 2);
+    expectFrames(subject, mFrames.value_or(0));
+}
+
+void Checks::drains(Subject& subject) {
+    subject.start();
+    subject.queue(mUnits, 0, mUnits.size());
+    subject.expect("drain", subject.client().drain(C2Component::DRAIN_COMPONENT_NO_EOS), C2_OK);
+    subject.finish();
+    subject.expect("no end", subject.ends == 0);
+    expectFrames(subject, mFrames.value_or(0));
+    subject.queue(mUnits, 0, mUnits.size());
+    subject.expect("drain", subject.client().drain(C2Component::DRAIN_COMPONENT_WITH_EOS), C2_OK);
+    subject.finish();
+    expectFrames(subject, 2 * mFrames.value_or(0));
+}
+
+void Checks::emptyWorks(Subject& subject) {
+    subject.start();
+    const Unit empty;
+    for (size_t i = 0; i < mUnits.size(); ++i) {
+        subject.queue(&mUnits[i]);
+        if (i % 5 == 2)
+            subject.queue(nullptr);
+    }
+    if (!subject.takesPictures())
+        subject.queue(&empty);
+    subject.queue(nullptr, kEnd);
+    subject.finish();
+    expectFrames(subject, mFrames.value_or(0));
+}
+
+void Checks::flushes(Subject& subject) {
+    subject.start();
+    subject.flush();
+    subject.queue(mUnits, 0, mUnits.size() / 2);
+    subject.flush();
+    const size_t key = keyFrameFrom(mUnits.size() / 2);
+    if (key < mUnits.size()) {
+        subject.queue(mUnits, key, mUnits.size(), kEnd);
+        subject.finish();
+    }
+    subject.flush();
+    const uint64_t before = subject.frames;
+    subject.queue(mUnits, 0, mUnits.size(), kEnd);
+    subject.finish();
+    expectFrames(subject, before + mFrames.value_or(0));
+    subject.flush();
+}
+
+void Checks::flushBehindConfig(Subject& subject) {
+    const auto picture =
+        std::find_if(mUnits.begin(), mUnits.end(), [](const Unit& unit) { return !unit.config; });
+    const auto configs = static_cast<size_t>(picture - mUnits.begin());
+    subject.start();
+    subject.queue(mUnits, 0, configs);
+    subject.flush();
+    subject.queue(mUnits, configs, mUnits.size(), kEnd);
+    subject.finish();
+    expectFrames(subject, mFrames.value_or(0));
+}
+
+void Checks::keyFramesAlone(Subject& subject) {
+    subject.start();
+    uint64_t keys = 0;
+    for (const Unit& unit : mUnits) {
+        if (unit.config || unit.keyFrame)
+            subject.queue(&unit);
+        keys += unit.keyFrame ? 1 : 0;
+    }
+    subject.queue(nullptr, kEnd);
+    subject.finish();
+    expectFrames(subject, keys);
+}
+
+void Checks::severalStreams(Subject& subject) {
+    subject.start();
+    uint64_t frames = 0;
+    for (const TestStream& stream : mStreams) {
+        const uint64_t before = subject.frames;
+        subject.queue(stream.units, 0, stream.units.size(), kEnd);
+        subject.finish();
+        subject.expect("frames of each stream", subject.frames > before);
+        frames += mFrames.value_or(0);
+    }
+}
+
+void Checks::oddSizes(Subject& subject) {
+    for (const auto& [width, height] : {std::pair{175u, 143u}, {2u, 2u}, {33u, 64u}}) {
+        subject.setSize(width, height);
+        subject.start();
+        subject.queue(mUnits, 0, 3, kEnd);
+        subject.finish();
+        subject.expect("stop", subject.client().stop(), C2_OK);
+    }
+    subject.expect("three frames of each", subject.frames >= 9);
+}
+
+void Checks::bitrateChange(Subject& subject) {
+    subject.start();
+    subject.queue(mUnits, 0, mUnits.size() / 2);
+    C2StreamBitrateInfo::output bitrate(0u, 100000);
+    const c2_status_t status = subject.client().config({&bitrate});
+    if (status != C2_BAD_INDEX)  // it has one
+        subject.expect("config", status, C2_OK);
+    subject.queue(mUnits, mUnits.size() / 2, mUnits.size(), kEnd);
+    subject.finish();
+    expectFrames(subject, mFrames.value_or(0));
+}
+
+void Checks::stopWithWork(Subject& subject) {
+    const OpenResources before;
+    for (int i = 0; i < 4; ++i) {
+        subject.start();
+        subject.queue(mUnits, 0, std::min<size_t>(mUnits.size(), 10));
+        if (i % 2 == 0)
+            subject.expect("stop", subject.client().stop(), C2_OK);
+        else
+            subject.expect("reset", subject.client().reset(), C2_OK);
+    }
+    while (subject.collect(milliseconds(0))) {
+    }
+}
+
+std::vector<ComponentCheck> Checks::run(const std::function<void(const ComponentCheck&)>& done) {
+    std::vector<ComponentCheck> results;
+    ComponentCheck probe;
+    const bool pictures = Subject(mLibrary, mMediaType, &probe).takesPictures();
+    for (const Row& row : kRows) {
+        const bool possible = row.needs == Row::kNothing ||
+                              (row.needs == Row::kPictures && pictures) ||
+                              (row.needs == Row::kInput && (pictures || !mStreams.empty())) ||
+                              (row.needs == Row::kStream && !pictures && !mStreams.empty());
+        if (!possible)
+            continue;
+        ComponentCheck result;
+        result.name = row.name;
+        const OpenResources before;
+        {
+            Subject subject(mLibrary, mMediaType, &result);
+            (this->*row.check)(subject);
+        }
+        for (const std::string& left : before.leftOpen())
+            result.faults.push_back("left open: " + left);
+        if (done)
+            done(result);
+        results.push_back(std::move(result));
+    }
+    return results;
+}
+
+}  // namespace
+
+std::vector<ComponentCheck> CheckComponent(const std::shared_ptr<ComponentLibrary>& library,
+                                           const std::vector<TestStream>& streams,
+                                           const std::function<void(const ComponentCheck&)>& done) {
+    return Checks(library, streams).run(done);
+}
+
+}  // namespace lx2::host

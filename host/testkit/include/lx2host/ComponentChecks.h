@@ -1,0 +1,43 @@
+// Tries a component as the platform's own tests on a device do: its states, its parameters, whole
+// streams, ends of streams, flushes and drains. In lx2::testkit (-llx2testkit):
+//
+//     for (const auto& check : lx2::host::CheckComponent(library, streams))
+//         EXPECT_THAT(check.faults, IsEmpty()) << check.name;
+#pragma once
+
+#include <lx2host/ComponentLoader.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace lx2::host {
+
+// What a component with linear input, a decoder, is given.
+struct TestStream {
+    struct Unit {
+        std::vector<uint8_t> bytes;
+        bool config = false;    // codec configuration, and no picture
+        bool keyFrame = false;  // decoding can begin here
+        uint64_t timestamp = 0;
+    };
+    std::string mediaType;
+    std::vector<Unit> units;
+};
+
+struct ComponentCheck {
+    std::string name;
+    std::vector<std::string> faults;    // empty: ok
+    std::vector<std::string> warnings;  // calls that took too long
+};
+
+// Runs all checks, each with a component of its own, and calls done after each. streams: of one
+// media type; checks that need one are left out without. A component with graphic input, an encoder
+// or a filter, is given made-up pictures.
+std::vector<ComponentCheck> CheckComponent(
+    const std::shared_ptr<ComponentLibrary>& library, const std::vector<TestStream>& streams,
+    const std::function<void(const ComponentCheck&)>& done = {});
+
+}  // namespace lx2::host
