@@ -1,33 +1,213 @@
-// The whole decoder component beside what it is built around: libavcodec alone, on one thread, that
-// writes the same frames of the same clip to a file in the same place. Runs both in turn, each in a
-// process of its own, and prints their processor times (user and system) and the ratio of those.
+// The example components with their client beside what they are built around: libavcodec alone,
+// which decodes or encodes the same pictures and writes the same bytes. Both run in turn, each in a
+// process of its own; each line is the median of the ratios of some rounds, with its aim.
 //
-//   component_bench [<lx2_decoder>] [<rounds>]
+//   component_bench [<rounds>]
 //
 // The clip, 1080p of a moving test picture, is made by FFmpeg. A filter of benchmarks leaves this
-// one out.
+// program out.
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <functional>
 #include <string>
 #include <vector>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/opt.h>
 }
+
+#include "Ratio.h"
 
 namespace {
 
 constexpr const char* kMakeClip =
     "ffmpeg -v error -nostdin -y -f lavfi -i testsrc2=s=1920x1080:r=30 -frames:v 120 "
-    "-c:v libx264 -threads 2 -pix_fmt yuv420p -f h264 ";
+    "-c:v libx264 -threads 2 -pix_fmt yuv420p ";
+
+using Use = std::function<void(AVFrame*)>;  // null at the end
+
+// Decodes the file's video; false when that fails.
+bool Decode(const std::string& clip, int threads, const Use& use) {
+    AVFormatContext* file = nullptr;
+    if (avformat_open_input(&file, clip.c_str(), nullptr, nullptr) != 0 ||
+        avformat_find_stream_info(file, nullptr) < 0)
+        return false;
+    const AVCodec* codec = nullptr;
+    const int video = av_find_best_stream(file, AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
+    AVCodecContext* context = avcodec_alloc_context3(codec);
+    AVPacket* packet = av_packet_alloc();
+    AVFrame* frame = av_frame_alloc();
+    if (video < 0 || avcodec_parameters_to_context(context, file->streams[video]->codecpar) < 0)
+        return false;
+    context->thread_count = threads;
+    if (avcodec_open2(context, codec, nullptr) != 0)
+        return false;
+    for (bool more = true; more;) {
+        more = av_read_frame(file, packet) == 0;
+        if (!more || packet->stream_index == video)
+            avcodec_send_packet(context, more ? packet : nullptr);
+        av_packet_unref(packet);
+        while (avcodec_receive_frame(context, frame) == 0) {
+            use(frame);
+            av_frame_unref(frame);
+        }
+    }
+    use(nullptr);
+    return true;
+}
+
+// Writes the frames, row by row as far as rows are padded.
+int DecodeAlone(const std::string& clip, int threads, const std::string& target) {
+    FILE* out = fopen(target.c_str(), "wb");
+    if (out == nullptr)
+        return 1;
+    setvbuf(out, nullptr, _IOFBF, 256 * 1024);
+    const bool good = Decode(clip, threads, [out](AVFrame* frame) {
+        for (int plane = 0; frame != nullptr && plane < 3; ++plane) {
+            const int width = plane == 0 ? frame->width : (frame->width + 1) / 2;
+            const int height = plane == 0 ? frame->height : (frame->height + 1) / 2;
+            for (int row = 0; row < height; ++row)
+                fwrite(frame->data[plane] + static_cast<ptrdiff_t>(row) * frame->linesize[plane], 1,
+                       static_cast<size_t>(width), out);
+        }
+    });
+    return fclose(out) == 0 && good ? 0 : 1;
+}
+
+// With the settings of the encoder component's hardware.
+int EncodeAlone(const std::string& clip, const std::string& target) {
+    FILE* out = fopen(target.c_str(), "wb");
+    AVCodecContext* context = avcodec_alloc_context3(avcodec_find_encoder_by_name("libx264"));
+    AVPacket* packet = av_packet_alloc();
+    context->width = 1920;
+    context->height = 1080;
+    context->pix_fmt = AV_PIX_FMT_YUV420P;
+    context->time_base = {1, 30};
+    context->framerate = {30, 1};
+    context->bit_rate = 4000000;
+    context->gop_size = 1 << 20;
+    context->max_b_frames = 0;
+    context->thread_count = 1;
+    av_opt_set(context->priv_data, "preset", "veryfast", 0);
+    av_opt_set(context->priv_data, "tune", "zerolatency", 0);
+    av_opt_set(context->priv_data, "x264-params", "scenecut=0", 0);
+    if (out == nullptr || avcodec_open2(context, nullptr, nullptr) != 0)
+        return 1;
+    int64_t index = 0;
+    const bool good = Decode(clip, 1, [&](AVFrame* frame) {
+        if (frame != nullptr) {
+            frame->pts = index++;
+            frame->pict_type = AV_PICTURE_TYPE_NONE;
+        }
+        avcodec_send_frame(context, frame);
+        while (avcodec_receive_packet(context, packet) == 0) {
+            fwrite(packet->data, 1, static_cast<size_t>(packet->size), out);
+            av_packet_unref(packet);
+        }
+    });
+    return fclose(out) == 0 && good ? 0 : 1;
+}
+
+int RunClient(const std::vector<std::string>& arguments) {
+    if (freopen("/dev/null", "w", stdout) == nullptr ||
+        freopen("/dev/null", "w", stderr) == nullptr)
+        return 1;
+    std::vector<char*> argv{const_cast<char*>(LX2_CLIENT)};
+    for (const std::string& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    execv(LX2_CLIENT, argv.data());
+    return 1;
+}
+
+struct Usage {
+    double processor = 0, wall = 0;  // seconds
+    long faults = 0;
+};
+
+// Runs action in a child, which ends with what it returns. Ends the program when that isn't 0.
+Usage Measured(const std::function<int()>& action) {
+    fflush(stdout);
+    const auto start = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(action());
+    int status = 0;
+    rusage usage{};
+    if (wait4(child, &status, 0, &usage) != child || !WIFEXITED(status) ||
+        WEXITSTATUS(status) != 0) {
+        fprintf(stderr, "component_bench: a child failed\n");
+        exit(1);
+    }
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
+    return {seconds(usage.ru_utime) + seconds(usage.ru_stime),
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(),
+            usage.ru_minflt};
+}
+
+struct Contest {
+    const char* name;
+    double Usage::*time;
+    double aim;
+    std::function<int()> peer, ours;
+};
+
+void Run(const Contest& contest, int rounds) {
+    std::vector<double> ratios, peers, own;
+    long peerFaults = 0, ownFaults = 0;
+    for (int round = 0; round < rounds; ++round) {
+        const Usage peer = Measured(contest.peer), ours = Measured(contest.ours);
+        peers.push_back(peer.*contest.time);
+        own.push_back(ours.*contest.time);
+        ratios.push_back(own.back() / peers.back());
+        peerFaults = peer.faults;
+        ownFaults = ours.faults;
+    }
+    const double ratio = lx2::bench::Median(ratios);
+    printf("%-58s %.2f to %.2f s, %ld to %ld page faults: %.2f, aim %.2f: %s\n", contest.name,
+           lx2::bench::Median(own), lx2::bench::Median(peers), ownFaults, peerFaults, ratio,
+           contest.aim, ratio <= contest.aim ? "met" : "missed");
+}
+
+int Compare(int rounds, const std::string& folder) {
+    const std::string clip = folder + "/clip.mp4", out = folder + "/out", file = folder + "/file";
+    if (system((kMakeClip + clip).c_str()) != 0)
+        return 1;
+    const std::vector<std::string> decode{"--out", out, clip};
+    const auto plain = [&] { return RunClient(decode); };
+    const Contest contests[] = {
+        {"decoder to FFmpeg on one thread, processor time", &Usage::processor, 1.05,
+         [&] { return DecodeAlone(clip, 1, file); }, plain},
+        {"decoder to FFmpeg on all threads, wall time", &Usage::wall, 1.0,
+         [&] { return DecodeAlone(clip, 0, file); }, plain},
+        {"decoder without files to FFmpeg with them, processor time", &Usage::processor, 1.0,
+         [&] { return DecodeAlone(clip, 1, file); }, [&] { return RunClient({clip}); }},
+        {"encoder to FFmpeg, processor time", &Usage::processor, 1.15,
+         [&] { return EncodeAlone(clip, file); },
+         [&] {
+             return RunClient({"--encode", "--out", out, clip});
+         }},
+        {"decoder with LX2_TRACE to without, processor time", &Usage::processor, 1.03, plain,
+         [&] {
+             setenv("LX2_TRACE", (folder + "/trace.json").c_str(), 1);
+             return RunClient(decode);
+         }},
+    };
+    for (const Contest& contest : contests)
+        Run(contest, rounds);
+    return 0;
+}
 
 // In memory where there is a file system for that: the disk is not what is compared.
 std::filesystem::path WorkFolder() {
@@ -38,113 +218,14 @@ std::filesystem::path WorkFolder() {
     return mkdtemp(name.data()) != nullptr ? name : "";
 }
 
-// Writes the finished frames, planar, row by row as far as rows are padded.
-void WriteFrames(AVCodecContext* context, AVFrame* frame, FILE* out) {
-    while (avcodec_receive_frame(context, frame) == 0) {
-        for (int plane = 0; plane < 3; ++plane) {
-            const int width = plane == 0 ? frame->width : (frame->width + 1) / 2;
-            const int height = plane == 0 ? frame->height : (frame->height + 1) / 2;
-            for (int row = 0; row < height; ++row)
-                fwrite(frame->data[plane] + static_cast<ptrdiff_t>(row) * frame->linesize[plane], 1,
-                       static_cast<size_t>(width), out);
-        }
-        av_frame_unref(frame);
-    }
-}
-
-int DecodeAlone(const std::string& clip, const std::string& frames) {
-    AVCodecContext* context = avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_H264));
-    AVCodecParserContext* parser = av_parser_init(AV_CODEC_ID_H264);
-    AVPacket* packet = av_packet_alloc();
-    AVFrame* frame = av_frame_alloc();
-    FILE* out = fopen(frames.c_str(), "wb");
-    std::ifstream file(clip, std::ios::binary);
-    std::vector<char> input{std::istreambuf_iterator<char>(file), {}};
-    if (context == nullptr || parser == nullptr || out == nullptr || input.empty())
-        return 1;
-    setvbuf(out, nullptr, _IOFBF, 256 * 1024);
-    context->thread_count = 1;
-    if (avcodec_open2(context, context->codec, nullptr) != 0)
-        return 1;
-    const size_t size = input.size();
-    input.resize(size + AV_INPUT_BUFFER_PADDING_SIZE);
-    for (size_t at = 0; at <= size;) {
-        const int used =
-            av_parser_parse2(parser, context, &packet->data, &packet->size,
-                             reinterpret_cast<uint8_t*>(input.data()) + at,
-                             static_cast<int>(size - at), AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
-        const bool last = at == size;
-        at += static_cast<size_t>(used) + (last ? 1 : 0);
-        if (packet->size > 0) {
-            avcodec_send_packet(context, packet);
-            WriteFrames(context, frame, out);
-        }
-    }
-    avcodec_send_packet(context, nullptr);
-    WriteFrames(context, frame, out);
-    return fclose(out);
-}
-
-struct Usage {
-    double seconds = 0;  // of the processor
-    long faults = 0;
-    bool good = false;
-};
-
-// Runs action in a child, which ends with what it returns.
-template <typename Action>
-Usage Measured(Action action) {
-    fflush(stdout);
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(action());
-    int status = 0;
-    rusage usage{};
-    if (wait4(child, &status, 0, &usage) != child)
-        return {};
-    const auto seconds = [](const timeval& time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-    };
-    return {seconds(usage.ru_utime) + seconds(usage.ru_stime), usage.ru_minflt,
-            WIFEXITED(status) && WEXITSTATUS(status) == 0};
-}
-
-int Compare(const std::string& decoder, int rounds, const std::string& folder) {
-    const std::string clip = folder + "/clip.264", out = folder + "/out";
-    if (system((kMakeClip + clip).c_str()) != 0)
-        return 1;
-    std::vector<double> ratios;
-    for (int round = 0; round < rounds; ++round) {
-        const Usage alone = Measured([&] { return DecodeAlone(clip, folder + "/frames.yuv"); });
-        std::filesystem::remove(folder + "/frames.yuv");
-        const Usage whole = Measured([&] {
-            if (freopen("/dev/null", "w", stdout) == nullptr ||
-                freopen("/dev/null", "w", stderr) == nullptr)
-                return 1;
-            execl(decoder.c_str(), decoder.c_str(), "--out", out.c_str(), clip.c_str(), nullptr);
-            return 1;
-        });
-        std::filesystem::remove_all(out);
-        if (!alone.good || !whole.good)
-            return 1;
-        ratios.push_back(whole.seconds / alone.seconds);
-        printf("decoder alone %.3f s, %ld page faults; component %.3f s, %ld page faults: %.2f\n",
-               alone.seconds, alone.faults, whole.seconds, whole.faults, ratios.back());
-    }
-    std::sort(ratios.begin(), ratios.end());
-    printf("component to decoder alone, processor time, median of %d: %.2f\n", rounds,
-           ratios[ratios.size() / 2]);
-    return 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc > 1 && argv[1][0] == '-')
         return 0;
+    av_log_set_level(AV_LOG_QUIET);
     const std::filesystem::path folder = WorkFolder();
-    const int result = Compare(argc > 1 ? argv[1] : LX2_DECODER,
-                               std::max(1, argc > 2 ? atoi(argv[2]) : 5), folder);
+    const int result = Compare(std::max(1, argc > 1 ? atoi(argv[1]) : 5), folder);
     std::filesystem::remove_all(folder);
     return result;
 }

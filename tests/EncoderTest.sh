@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The encoder component against FFmpeg and the decoder component.
-# EncoderTest.sh <lx2_decoder> [<emulator>...] <lx2_encoder>
+# EncoderTest.sh <lx2_client> [<emulator>...] <lx2_encoder>
 set -uo pipefail
 decoder=$1
 shift

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """What LX2_TRACE leaves of a decoder's run, and of a program that ends badly.
 
-TraceTest.py <a stream> <trace_program> <lx2_decoder>
+TraceTest.py <a stream> <trace_program> <lx2_client>
 """
 import collections
 import json
@@ -65,7 +65,7 @@ for memory in memories:
 assert seen.count("allocated") == len(memories) > 1
 assert seen.count("out of the pool", "MIREL_NV12_CMPX") >= int(said["frames"]), summary
 assert seen.count("import", "MIREL_NV12_CMPX") >= int(said["frames"])
-blits = int(said["conversions"])
+blits = int(said["frames"])  # each is written in a linear format
 assert blits > 0 and seen.count("MIREL_NV12_CMPX to MIREL_NV12") == 2 * blits, seen.ended
 assert seen.count("read") > 0 and seen.count("write") + seen.count("read and write") > 0
 assert seen.count("linear") > 0

@@ -30,8 +30,9 @@ int Refuse(const std::string& error, int status) {
 }
 
 // Everything that lives while the component does, so that all of it is gone when this returns.
-int RunComponent(const Options& options, const std::shared_ptr<host::ComponentLibrary>& library) {
-    host::SetLogSink([](int, const char*, const char*) {});
+// *played: whether work was done.
+int RunComponent(const Options& options, const std::shared_ptr<host::ComponentLibrary>& library,
+                 bool* played) {
     const auto component = library->createComponent();
     if (component == nullptr)
         return Refuse("the factory makes no component", kExitFailed);
@@ -54,6 +55,7 @@ int RunComponent(const Options& options, const std::shared_ptr<host::ComponentLi
     const bool encode = options.mode == Options::Mode::Encode;
     if (!(encode ? Encode : Decode)(options, &parameters, &client, &report, &error))
         return Refuse(error, kExitFailed);
+    *played = true;
     client.stop();
     report.errors("framework", client.failures());
     return report.conclude();
@@ -61,6 +63,7 @@ int RunComponent(const Options& options, const std::shared_ptr<host::ComponentLi
 
 int Run(const Options& options) {
     std::string error;
+    host::SetLogSink([](int, const char*, const char*) {});  // until a Report takes the log
     const bool encode = options.mode == Options::Mode::Encode;
     const char* own = encode ? "liblx2_encoder.so" : "liblx2_decoder.so";
     const auto library = host::ComponentLibrary::Open(
@@ -69,19 +72,17 @@ int Run(const Options& options) {
     if (library == nullptr)
         return Refuse(error, kExitFailed);
     if (options.mode == Options::Mode::Check) {
-        host::SetLogSink([](int, const char*, const char*) {});
         const int status = Check(options, library, &error);
         return error.empty() ? status : Refuse(error, kExitFailed);
     }
     const host::OpenResources before;
-    const int status = RunComponent(options, library);
-    host::SetLogSink(nullptr);
-    if (options.mode == Options::Mode::ListParams || status == kExitUsage)
-        return status;
+    bool played = false;
+    const int status = RunComponent(options, library, &played);
+    host::SetLogSink(nullptr);  // closes the log file
     const auto left = before.leftOpen();
     for (const std::string& line : left)
         printf("left open: %s\n", line.c_str());
-    if (left.empty() && status == 0)
+    if (left.empty() && played)
         printf("nothing is left open\n");
     return left.empty() ? status : kExitFailed;
 }

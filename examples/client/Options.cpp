@@ -35,18 +35,8 @@ std::string ReadFolder(const std::string& text, std::string* out) {
 }  // namespace
 
 const char* const kUsage =
-    "lx2_client [OPTION]... [FILE]\n"
-    "Plays the framework around a Codec 2.0 component and checks what comes back. Decodes FILE, a\n"
-    "sample without FILE.\n"
-    "  --encode          encode what FILE shows, a generated moving picture without FILE\n"
-    "  --component LIB   use the component of this library in place of the example's\n"
-    "  --check LIB       try the component of LIB as the platform's tests do, on FILE if it "
-    "decodes\n"
-    "  --set KEY=VALUE   set a parameter of the component; may be repeated\n"
-    "  --list-params     list the component's parameters\n"
-    "  --out DIR         write frames or the stream, and the log, to DIR\n"
-    "  --slots N         give the component's output N buffers (10)\n"
-    "  --help            show this text\n";
+#include "Usage.inc"
+    ;
 
 bool ParseOptions(int argc, char** argv, Options* options, std::string* error) {
     enum { kEncode = 1, kComponent, kCheck, kSet, kList, kOut, kSlots, kHelp };

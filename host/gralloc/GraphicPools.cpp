@@ -67,7 +67,7 @@ struct SlotGraphicPool::State {
     const C2BlockPool::local_id_t id = NewBlockPoolId();
     std::mutex lock;
     std::vector<Slot> slots;
-    std::optional<size_t> again;  // the slot that the next fetch hands out whatever it is doing
+    std::optional<size_t> again;  // the slot that the next fetch of its geometry hands out, in use or not
 
     // Ties a slot to a block.
     struct Lease : _C2BlockPoolData {
@@ -86,8 +86,9 @@ struct SlotGraphicPool::State {
 
     // A slot to hand out now, its buffer made to measure; none when all are out or memory is.
     std::optional<size_t> pick(const Geometry& geometry, c2_status_t* status) {
-        if (again)
-            return *std::exchange(again, std::nullopt);
+        const auto offered = std::exchange(again, std::nullopt);
+        if (offered && slots[*offered].geometry == geometry)
+            return offered;
         const auto isFree = [](const Slot& slot) { return slot.out == 0; };
         auto slot = std::find_if(slots.begin(), slots.end(), [&](const Slot& candidate) {
             return isFree(candidate) && candidate.allocation && candidate.geometry == geometry;

@@ -2,9 +2,9 @@
 # The decoder component over a long stream, with too few buffers, a blit and a display-metadata library
 # that fail now and then, and a disk that fills up: every frame reaches the framework, nothing is left
 # open, and memory stays flat.
-# soak.sh <lx2_decoder> <folder of the flaky libraries> <folder of the real ones> [frames]
+# soak.sh <lx2_client> <folder of the flaky libraries> <folder of the real ones> [frames]
 set -uo pipefail
-decoder=$1
+client=$1
 flaky=$2
 real=$3
 frames=${4:-10000}
@@ -19,7 +19,7 @@ ffmpeg -v error -f lavfi -i testsrc2=size=96x64:rate=25 -frames:v "$frames" -c:v
 trap '' XFSZ
 (
     ulimit -f $((16 * 1024))
-    LD_LIBRARY_PATH=$flaky:$real "$decoder" --slots 4 --out "$work/out" "$work/long.264" \
+    LD_LIBRARY_PATH=$flaky:$real "$client" --slots 4 --out "$work/out" "$work/long.264" \
         >"$work/summary.txt" 2>"$work/log.txt"
 )
 cat "$work/summary.txt"
