@@ -67,7 +67,8 @@ struct SlotGraphicPool::State {
     const C2BlockPool::local_id_t id = NewBlockPoolId();
     std::mutex lock;
     std::vector<Slot> slots;
-    std::optional<size_t> again;  // the slot that the next fetch of its geometry hands out, in use or not
+    std::optional<size_t>
+        again;  // the slot that the next fetch of its geometry hands out, in use or not
 
     // Ties a slot to a block.
     struct Lease : _C2BlockPoolData {
