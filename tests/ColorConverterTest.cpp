@@ -85,6 +85,19 @@ TEST_F(ColorConverterTest, ConvertsRgbThroughItsTiles) {
         EXPECT_EQ(memcmp(bytes->data() + y * 256, result->data() + y * 256, 62 * 4), 0) << y;
 }
 
+TEST_F(ColorConverterTest, ConvertsRgbToYuvWithinItsRounding) {
+    const auto rgb = Filled(PixFormat::RGBA8888, host::TestFrame(320, 180, 8, 3));
+    const Frame wanted = Read(*rgb);
+    const auto close = [](int a, int b) { return std::abs(a - b) <= 2; };
+    for (uint32_t to : {PixFormat::NV12, PixFormat::MIREL_NV12, PixFormat::MIREL_NV12_CMPX}) {
+        ASSERT_EQ(convert(rgb, to), 0) << PixFormat::Str(to);
+        const Frame got = Read(*target);
+        EXPECT_TRUE(std::equal(wanted.y.begin(), wanted.y.end(), got.y.begin(), close));
+        EXPECT_TRUE(std::equal(wanted.cb.begin(), wanted.cb.end(), got.cb.begin(), close));
+        EXPECT_TRUE(std::equal(wanted.cr.begin(), wanted.cr.end(), got.cr.begin(), close));
+    }
+}
+
 TEST_F(ColorConverterTest, GivesTheTargetTheSourcesCropBeforeItChecksAnything) {
     const auto source = GraphicBuffer(64, 48, PixFormat::NV12);
     const auto taller = GraphicBuffer(64, 64, PixFormat::NV12);

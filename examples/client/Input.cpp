@@ -123,6 +123,11 @@ Packet Input::nextFiltered() {
         }
         if (status == 0 && (packet->flags & AV_PKT_FLAG_CORRUPT) != 0)
             mProblem = "is cut short or damaged";
+        // The last frame of plain pictures is left out without a word when it is not whole.
+        const bool plain = stream().codecpar->codec_id == AV_CODEC_ID_RAWVIDEO;
+        if (plain && status == AVERROR_EOF && avio_tell(mFile->pb) > mRead)
+            mProblem = "the last frame is cut short";
+        mRead = packet->pos + packet->size;
         status = av_bsf_send_packet(mFilter.get(), status == 0 ? packet.get() : nullptr);
         if (status < 0) {
             mProblem = "is damaged: " + ErrorText(status);

@@ -42,6 +42,8 @@ class Input {
     std::string codecName() const { return avcodec_get_name(stream().codecpar->codec_id); }
     // Frames a second; 25 where the file doesn't tell.
     AVRational rate() const;
+    // Of the units as read() gives them.
+    const AVCodecParameters& codec() const { return *mFilter->par_out; }
     const AVStream& stream() const { return *mFile->streams[mVideo]; }
 
     // The next unit, with Annex B start codes, and its time of display in microseconds; null at the
@@ -62,6 +64,7 @@ class Input {
     int mVideo = -1;
     std::unique_ptr<DisplayTimes> mTimes;  // of a stream that carries none
     int64_t mLastTime = 0;
+    int64_t mRead = 0;  // bytes up to the end of the last packet
     std::string mProblem;
 };
 

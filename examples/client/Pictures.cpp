@@ -38,7 +38,7 @@ std::unique_ptr<Pictures> Pictures::Open(const std::string& file, std::string* e
         pictures->mInput = Input::Open(file, error);
         if (pictures->mInput == nullptr)
             return nullptr;
-        const AVCodecParameters* coded = pictures->mInput->stream().codecpar;
+        const AVCodecParameters* coded = &pictures->mInput->codec();
         const AVCodec* decoder = avcodec_find_decoder(coded->codec_id);
         pictures->mDecoder.reset(avcodec_alloc_context3(decoder));
         avcodec_parameters_to_context(pictures->mDecoder.get(), coded);
@@ -101,6 +101,26 @@ Picture Pictures::decode() {
     }
 }
 
+// Makes a scaler that leaves the range of the samples as it is.
+bool Pictures::prepare(const AVFrame& frame) {
+    const bool same = mScaler != nullptr && mSource.format == frame.format &&
+                      mSource.width == frame.width && mSource.height == frame.height &&
+                      mSource.range == frame.color_range;
+    if (same)
+        return true;
+    mSource = {frame.format, frame.width, frame.height, frame.color_range};
+    const auto format = static_cast<AVPixelFormat>(frame.format);
+    mScaler.reset(sws_getContext(frame.width, frame.height, format, mWidth, mHeight, mFormat,
+                                 SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+    if (mScaler == nullptr)
+        return false;
+    const bool rgb = (av_pix_fmt_desc_get(format)->flags & AV_PIX_FMT_FLAG_RGB) != 0;
+    const int full = frame.color_range == AVCOL_RANGE_JPEG && !rgb ? 1 : 0;
+    const int* rule = sws_getCoefficients(SWS_CS_DEFAULT);
+    sws_setColorspaceDetails(mScaler.get(), rule, full, rule, full, 0, 1 << 16, 1 << 16);
+    return true;
+}
+
 Picture Pictures::convert(const AVFrame& frame) {
     if (mFormat == AV_PIX_FMT_NONE) {
         const auto* pixels = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
@@ -114,12 +134,13 @@ Picture Pictures::convert(const AVFrame& frame) {
     picture->format = mFormat;
     picture->width = mWidth + mWidth % 2;
     picture->height = mHeight + mHeight % 2;
-    mScaler.reset(sws_getCachedContext(
-        mScaler.release(), frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
-        mWidth, mHeight, mFormat, SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
-    if (mScaler == nullptr || av_frame_get_buffer(picture.get(), 0) < 0 ||
+    if (!prepare(frame) || av_frame_get_buffer(picture.get(), 0) < 0 ||
         av_frame_copy_props(picture.get(), &frame) < 0)
         return nullptr;
+    if (frame.colorspace == AVCOL_SPC_RGB) {  // converted by the scaler's own rule
+        picture->colorspace = AVCOL_SPC_SMPTE170M;
+        picture->color_range = AVCOL_RANGE_MPEG;
+    }
     sws_scale(mScaler.get(), frame.data, frame.linesize, 0, frame.height, picture->data,
               picture->linesize);
     PadLuma(picture.get(), mWidth, mHeight, mFormat == AV_PIX_FMT_P010LE ? 2 : 1);

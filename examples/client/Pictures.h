@@ -37,12 +37,17 @@ class Pictures {
   private:
     Picture decode();
     Picture make();
+    bool prepare(const AVFrame& frame);
     Picture convert(const AVFrame& frame);
 
     std::string mName;
     std::unique_ptr<Input> mInput;
     Context mDecoder;
     std::unique_ptr<SwsContext, decltype(&sws_freeContext)> mScaler{nullptr, &sws_freeContext};
+    struct {
+        int format, width, height;
+        AVColorRange range;
+    } mSource{};  // that the scaler takes
     AVRational mRate{25, 1};
     int mWidth = 0, mHeight = 0;
     AVPixelFormat mFormat = AV_PIX_FMT_NONE;

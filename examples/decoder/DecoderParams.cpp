@@ -1,13 +1,12 @@
 #include "DecoderParams.h"
 
-#include <C2Component.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/PixFormat.h>
 
 #include <algorithm>
 #include <string>
 
-#include "../component/Settings.h"
+#include "../component/Params.h"
 
 namespace lx2::example {
 
@@ -23,7 +22,7 @@ namespace {
 // Of H.264, which may reorder as many pictures, and one whose second field is still to come.
 constexpr uint32_t kLongestDelay = 17;
 
-class DecoderParams : public C2InterfaceHelper {
+class DecoderParams : public ComponentParams {
   public:
     explicit DecoderParams(const std::shared_ptr<C2ReflectorHelper>& reflector);
 
@@ -36,42 +35,17 @@ class DecoderParams : public C2InterfaceHelper {
     using MediaType = C2PortMediaTypeSetting::input;
     using Hdr = C2StreamHdrStaticInfo::output;
     using Delay = C2PortActualDelayTuning::output;
-    using Pools = C2PortBlockPoolsTuning::output;
 
-    template <typename P>
-    void addConstant(std::shared_ptr<P>& param, const char* key, std::shared_ptr<P> value) {
-        addParameter(DefineParam(param, key).withConstValue(value).build());
-    }
-    // Fields may have any values.
-    template <typename P, typename... Others>
-    void add(std::shared_ptr<P>& param, const char* key, std::shared_ptr<P> value,
-             C2R (*setter)(bool, C2P<P>&, const C2P<Others>&...),
-             std::shared_ptr<Others>&... others) {
-        addParameter(
-            DefineParam(param, key).withDefault(value).withSetter(setter, others...).build());
-    }
     void addStream();
     void addColor();
     void addVendor();
 
-    // Takes a value as it is.
-    template <typename P>
-    static C2R Take(bool, C2P<P>&) {
-        return C2R::Ok();
-    }
     // What the stream says and what the client wants where it is silent, as the library weighs it.
     static C2R SettleColor(bool, C2P<Color>& me, const C2P<DefaultColor>& defaults,
                            const C2P<CodedColor>& coded, const C2P<MediaType>& mediaType);
-    static C2R CheckFormat(bool, const C2P<C2StreamPixelFormatInfo::output>& old,
-                           C2P<C2StreamPixelFormatInfo::output>& me);
     static C2R CalcInputSize(bool, C2P<C2StreamMaxBufferSizeInfo::input>& me,
                              const C2P<Size>& size);
 
-    std::shared_ptr<C2ComponentNameSetting> mName;
-    std::shared_ptr<C2ComponentKindSetting> mKind;
-    std::shared_ptr<C2ComponentDomainSetting> mDomain;
-    std::shared_ptr<C2StreamBufferTypeSetting::input> mInputType;
-    std::shared_ptr<C2StreamBufferTypeSetting::output> mOutputType;
     std::shared_ptr<C2PortMediaTypeSetting::output> mOutputMediaType;
     std::shared_ptr<MediaType> mMediaType;
     std::shared_ptr<Size> mSize;
@@ -79,7 +53,6 @@ class DecoderParams : public C2InterfaceHelper {
     std::shared_ptr<C2StreamPixelFormatInfo::output> mFormat;
     std::shared_ptr<C2StreamMaxBufferSizeInfo::input> mInputSize;
     std::shared_ptr<Delay> mDelay;
-    std::shared_ptr<Pools> mPools;
     std::shared_ptr<DefaultColor> mDefaultColor;
     std::shared_ptr<CodedColor> mCodedColor;
     std::shared_ptr<Color> mColor;
@@ -95,14 +68,6 @@ C2R DecoderParams::SettleColor(bool, C2P<Color>& me, const C2P<DefaultColor>& de
     LX2ColorAspects::preferredColorAspects(mediaType.v.m.value, stream, defaults.v, &settled);
     static_cast<C2ColorAspectsStruct&>(me.set()) = settled;
     return C2R::Ok();
-}
-
-C2R DecoderParams::CheckFormat(bool, const C2P<C2StreamPixelFormatInfo::output>& old,
-                               C2P<C2StreamPixelFormatInfo::output>& me) {
-    if (me.F(me.v.value).supportsAtAll(me.v.value))
-        return C2R::Ok();
-    me.set().value = old.v.value;
-    return C2R(C2SettingResultBuilder::BadValue(me.F(me.v.value)));
 }
 
 // No unit is longer than its picture uncompressed, of which a small one may come close.
@@ -129,16 +94,13 @@ void DecoderParams::addStream() {
                 {C2F(mFormat, value)
                      .oneOf({PixFormat::MIREL_NV12_CMPX, PixFormat::MIREL_TP10,
                              PixFormat::MIREL_NV12, PixFormat::MIREL_P010, PixFormat::YV12})})
-            .withSetter(CheckFormat)
+            .withSetter(TakeSupported<C2StreamPixelFormatInfo::output>)
             .build());
     addParameter(DefineParam(mInputSize, C2_PARAMKEY_INPUT_MAX_BUFFER_SIZE)
                      .withDefault(new C2StreamMaxBufferSizeInfo::input(0u, 1u << 20))
                      .calculatedAs(CalcInputSize, mSize)
                      .build());
     add(mDelay, C2_PARAMKEY_OUTPUT_DELAY, std::make_shared<Delay>(kLongestDelay), Take<Delay>);
-    std::shared_ptr<Pools> pools = Pools::AllocShared(1);
-    pools->m.values[0] = C2BlockPool::BASIC_GRAPHIC;
-    add(mPools, C2_PARAMKEY_OUTPUT_BLOCK_POOLS, pools, Take<Pools>);
 }
 
 void DecoderParams::addColor() {
@@ -164,18 +126,8 @@ void DecoderParams::addVendor() {
 }
 
 DecoderParams::DecoderParams(const std::shared_ptr<C2ReflectorHelper>& reflector)
-    : C2InterfaceHelper(reflector) {
-    setDerivedInstance(this);
-    addConstant(mName, C2_PARAMKEY_COMPONENT_NAME,
-                TextParam<C2ComponentNameSetting>("lx2.decoder"));
-    addConstant(mKind, C2_PARAMKEY_COMPONENT_KIND,
-                std::make_shared<C2ComponentKindSetting>(C2Component::KIND_DECODER));
-    addConstant(mDomain, C2_PARAMKEY_COMPONENT_DOMAIN,
-                std::make_shared<C2ComponentDomainSetting>(C2Component::DOMAIN_VIDEO));
-    addConstant(mInputType, C2_PARAMKEY_INPUT_STREAM_BUFFER_TYPE,
-                std::make_shared<C2StreamBufferTypeSetting::input>(0u, C2BufferData::LINEAR));
-    addConstant(mOutputType, C2_PARAMKEY_OUTPUT_STREAM_BUFFER_TYPE,
-                std::make_shared<C2StreamBufferTypeSetting::output>(0u, C2BufferData::GRAPHIC));
+    : ComponentParams(reflector, "lx2.decoder", C2Component::KIND_DECODER, C2BufferData::LINEAR,
+                      C2BufferData::GRAPHIC) {
     addConstant(mOutputMediaType, C2_PARAMKEY_OUTPUT_MEDIA_TYPE,
                 TextParam<C2PortMediaTypeSetting::output>("video/raw"));
     addStream();

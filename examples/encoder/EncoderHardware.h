@@ -1,83 +1,55 @@
-// libavcodec in the part of the video hardware: frames in the memory of graphic buffers in, access
-// units out.
+// The video hardware behind the encoder, which a vendor puts in place of this one: pictures in,
+// access units out.
 #pragma once
+
+#include <lx2/C2Prelude.h>
 
 #include <C2Config.h>
 #include <lx2/LX2Buffer.h>
-#include <lx2host/VideoCore.h>
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "../common/VideoColor.h"
-#include "../common/VideoHardware.h"
-
-struct AVCodec;
-
 namespace lx2::example {
 
-struct Tuning {
-    uint32_t bitrate = 0;           // bits a second
-    uint32_t keyFrameInterval = 0;  // frames
-    int qpMin = 0;
-    int qpMax = 0;
+// What a sequence is coded with. Another value of any begins another sequence.
+struct EncoderSetup {
+    float rate = 0;        // frames a second
+    uint32_t bitrate = 0;  // bits a second
+    uint32_t qpMin = 0;
+    uint32_t qpMax = 0;
+    C2ColorAspectsStruct aspects;
+    std::optional<C2HdrStaticMetadataStruct> hdr;
 };
 
 struct EncodedUnit {
-    std::vector<uint8_t> bytes;
-    uint64_t index = 0;  // of the frame
+    uint64_t unit = 0;           // as it was given
+    std::vector<uint8_t> bytes;  // Annex B; a key frame's begin with the codec's configuration
     bool keyFrame = false;
 };
 
+// Used by one thread at a time.
 class EncoderHardware {
   public:
-    // rate: frames a second.
-    EncoderHardware(Codec codec, uint32_t rate);
-    ~EncoderHardware();
+    // Null for a media type that it does not encode.
+    static std::unique_ptr<EncoderHardware> Open(const std::string& mediaType);
+    virtual ~EncoderHardware() = default;
 
-    // Whether the installed library has an encoder for the codec.
-    bool isReady() const { return mEncoder != nullptr; }
+    // Encodes what the crop shows of a picture, padded to even dimensions. Empty, or what is wrong
+    // in a few words.
+    virtual std::string encode(LX2Buffer::Graphic& view, const EncoderSetup& setup, uint64_t unit,
+                               bool keyFrame) = 0;
 
-    // For the frames from the next on. A new bitrate or QP range begins another sequence, with a
-    // key frame.
-    void tune(const Tuning& tuning);
+    // The next finished unit, in the order of the pictures.
+    virtual std::optional<EncodedUnit> next() = 0;
 
-    // Encodes the frame of a buffer, in any layout that the video core reads, with the color and
-    // HDR metadata that the display keeps with it. Empty on success, else what is wrong in a few
-    // words.
-    std::string encode(LX2Buffer::Graphic* frame, uint64_t index);
-
-    // Says that no frame follows. Likewise.
-    std::string drain();
-
-    // The next finished access unit, in order.
-    std::optional<EncodedUnit> nextUnit();
-
-    // What the metadata of the last frame said.
-    const CodedColor& color() const { return mColor; }
-
-  private:
-    struct Free {
-        void operator()(AVCodecContext* context) const;
-        void operator()(AVFrame* frame) const;
-        void operator()(AVPacket* packet) const;
-    };
-    std::string open(uint32_t width, uint32_t height, uint32_t bitDepth);
-    std::string send(const AVFrame* frame);
-    CodedColor readColor(LX2Buffer::Graphic* frame) const;
-
-    Codec mCodec;
-    uint32_t mRate;
-    const AVCodec* mEncoder;
-    Tuning mTuning;
-    CodedColor mColor;
-    uint64_t mSinceKeyFrame = 0;
-    std::unique_ptr<AVCodecContext, Free> mContext;
-    std::deque<EncodedUnit> mUnits;
+    // Finishes what it still has. A key frame follows.
+    virtual void drain() = 0;
+    // Forgets what it still has. A key frame follows.
+    virtual void flush() = 0;
 };
 
 }  // namespace lx2::example

@@ -37,6 +37,9 @@ std::shared_ptr<C2Buffer> PictureBuffer(uint32_t width, uint32_t height, uint32_
                     TestFrame(view.width(), view.height(), 8, index).view()))
         return nullptr;
     view.setCrop(C2Rect(width, height));
+    view.setPrivateMetadata({std::make_shared<C2StreamColorAspectsInfo::output>(
+        0u, C2Color::RANGE_LIMITED, C2Color::PRIMARIES_BT709, C2Color::TRANSFER_170M,
+        C2Color::MATRIX_BT709)});
     return buffer.getSharedBuffer();
 }
 
