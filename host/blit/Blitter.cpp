@@ -28,24 +28,13 @@ bool IsKnownType(uint32_t type) {
 
 // The format that a code is drawn as; those that share one differ in what the record says only.
 uint32_t FormatOf(uint32_t code) {
-    switch (code) {
-        case blit::kCodeRgba:
-            return PixFormat::RGBA8888;
-        case blit::kCodeRgba | blit::kCodeCompressed:
-            return PixFormat::RGBA8888_CMPX;
-        case blit::kCodePlanarCbFirst:
-            return PixFormat::I420;
-        case blit::kCodePlanarCrFirst:
-            return PixFormat::YV12;
-        case blit::kCodeSemiPlanar:
-            return PixFormat::NV12;
-        case blit::kCodeSemiPlanar | blit::kCodeCompressed:
-            return PixFormat::MIREL_NV12_CMPX;
-        case blit::kCodePacked10Bit | blit::kCodeCompressed:
-            return PixFormat::MIREL_TP10;
-        default:
-            return 0;
+    if (code == 0)
+        return 0;
+    for (const geometry::FormatRow& row : geometry::kFormats) {
+        if (row.blitCode == code)
+            return row.format;
     }
+    return 0;
 }
 
 bool IsWhole(const blit::Rect& rect, const blit::SurfaceDef& def) {

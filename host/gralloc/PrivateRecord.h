@@ -1,7 +1,7 @@
 // The allocator's own records, told from handles of another shape or another allocator.
 #pragma once
 
-#include <lx2/PixFormat.h>
+#include <base/FormatTable.h>
 #include <lx2device/PrivateHandle.h>
 #include <lx2host/Gralloc.h>
 #include <lx2host/HardwareMemory.h>
@@ -20,14 +20,7 @@ struct CloseHandle {
 };
 using OwnedHandle = std::unique_ptr<native_handle_t, CloseHandle>;
 
-// The layout that a request for one of the allocator's formats resolves to.
-inline uint32_t LayoutFormatOf(uint32_t format, bool compressed) {
-    if (format == PixFormat::RGBA8888 && compressed)
-        return PixFormat::RGBA8888_CMPX;
-    if (IsAllocatorNv12(format))
-        return compressed ? PixFormat::MIREL_NV12_CMPX : PixFormat::MIREL_NV12;
-    return format;
-}
+using geometry::LayoutFormatOf;
 
 // The record of a private handle; null for any other handle.
 inline const PrivateHandle* PrivateRecordOf(const native_handle_t* handle) {

@@ -18,9 +18,8 @@ constexpr uint32_t kTileBytes10 = 64;    // 48 samples, or 24 pairs, in 16 words
 constexpr uint32_t kTileBytesRgba = 64;  // 16 pixels
 
 bool IsLaidOut(uint32_t format, uint32_t width, uint32_t height) {
-    const bool known =
-        geometry::IsYuv(format) || geometry::IsRgb(format) || format == PixFormat::MIREL_P010;
-    return known && width != 0 && height != 0 && width <= kLargestSide && height <= kLargestSide;
+    return geometry::RowOf(format).color != geometry::Color::None && width != 0 && height != 0 &&
+           width <= kLargestSide && height <= kLargestSide;
 }
 
 // Where the allocator puts the planes.
@@ -79,6 +78,23 @@ void AddCompressedPlanes(FrameLayout* frame, uint32_t tileBytes, const PlanePlac
     frame->channels = {{{0, 0}, {1, 0}, {1, 1}}};
 }
 
+void AddLinearPlanes(FrameLayout* frame, const geometry::LinearYuv& rule,
+                     const PlanePlacements& at) {
+    const uint32_t channels = rule.isPlanar() ? 1 : 2;
+    frame->planeCount = 4 - channels;
+    frame->planes[0] = Linear(frame->width, frame->height, 1, at[0]);
+    for (uint32_t i = 1; i < frame->planeCount; ++i)
+        frame->planes[i] = Linear(frame->width / 2, frame->height / 2, channels, at[i]);
+    for (PlaneLayout& plane : frame->planes)
+        plane.valueBytes = rule.sampleBytes;
+    if (rule.isPlanar())
+        frame->channels = {{{0, 0}, {1, 0}, {2, 0}}};
+    else
+        frame->channels = {{{0, 0}, {1, 0}, {1, 1}}};
+    if (rule.chroma == geometry::Chroma::CrFirst)
+        std::swap(frame->channels[1], frame->channels[2]);
+}
+
 // A row fits its stride, and a stride is whole tiles.
 bool Fits(const PlaneLayout& plane) {
     if (!plane.isTiled())
@@ -104,6 +120,7 @@ std::optional<FrameLayout> LayoutAt(uint32_t format, uint32_t width, uint32_t he
     frame.format = format;
     frame.width = width;
     frame.height = height;
+    frame.bitDepth = geometry::RowOf(format).bitDepth;
     switch (format) {
         case PixFormat::RGBA8888:
         case PixFormat::RGBA8888_CMPX:
@@ -118,28 +135,9 @@ std::optional<FrameLayout> LayoutAt(uint32_t format, uint32_t width, uint32_t he
             break;
         case PixFormat::MIREL_TP10:
             AddCompressedPlanes<CmpxTp10<uint32_t>>(&frame, kTileBytes10, at);
-            frame.bitDepth = 10;
-            break;
-        case PixFormat::NV12:
-        case PixFormat::MIREL_NV12:
-        case PixFormat::MIREL_P010:
-            frame.planeCount = 2;
-            frame.planes[0] = Linear(width, height, 1, at[0]);
-            frame.planes[1] = Linear(width / 2, height / 2, 2, at[1]);
-            frame.channels = {{{0, 0}, {1, 0}, {1, 1}}};
-            if (format == PixFormat::MIREL_P010) {
-                frame.bitDepth = 10;
-                frame.planes[0].valueBytes = frame.planes[1].valueBytes = 2;
-            }
             break;
         default:
-            frame.planeCount = 3;
-            frame.planes[0] = Linear(width, height, 1, at[0]);
-            frame.planes[1] = Linear(width / 2, height / 2, 1, at[1]);
-            frame.planes[2] = Linear(width / 2, height / 2, 1, at[2]);
-            frame.channels = {{{0, 0}, {1, 0}, {2, 0}}};
-            if (format == PixFormat::YV12)
-                std::swap(frame.channels[1], frame.channels[2]);
+            AddLinearPlanes(&frame, geometry::RowOf(format).linear, at);
             break;
     }
     for (uint32_t i = 0; i < frame.planeCount; ++i) {
@@ -162,41 +160,26 @@ uint64_t FrameLayout::end() const {
     return end;
 }
 
-namespace {
-
-// The unit in which a stride counts pixels, and the rows that the tallest plane is padded to.
-FrameAllocation YuvAllocation(uint32_t format, uint32_t width, uint32_t height) {
-    const auto size = geometry::FrameSize<uint64_t>(format, width, height);
-    const uint32_t stride = geometry::Stride(format, width);
-    switch (format) {
-        case PixFormat::MIREL_NV12:
-            return {stride, Align<uint32_t>(height, 512), size};
-        case PixFormat::MIREL_NV12_CMPX:
-            return {stride, CmpxNv12<uint32_t>::TileRows(height), size};
-        case PixFormat::MIREL_TP10:
-            return {stride * 3 / 4, CmpxTp10<uint32_t>::TileRows(height), size};
-        case PixFormat::MIREL_P010:
-            return {stride / 2, Align<uint32_t>(height, 32), size};
-        case PixFormat::NV12:
-            return {stride, height, size};
-        default: {
-            // With an odd height, half a row more for each chroma plane than they use.
-            const uint64_t rows = uint64_t{stride} + geometry::Stride(format, width / 2);
-            return {stride, height, std::max(size, Align<uint64_t>(rows * height, 4096))};
-        }
-    }
-}
-
-}  // namespace
-
 FrameAllocation AllocationOf(uint32_t format, uint32_t width, uint32_t height) {
     if (!IsLaidOut(format, width, height))
         return {};
-    if (!geometry::IsRgb(format))
-        return YuvAllocation(format, width, height);
-    const RgbaAlignment aligned = AlignRgba(width, height);
-    return {aligned.width, aligned.height,
-            geometry::RgbaFrameSize<uint64_t>(aligned.width, aligned.height)};
+    const geometry::FormatRow& row = geometry::RowOf(format);
+    if (row.color == geometry::Color::Rgb) {
+        const RgbaAlignment aligned = AlignRgba(width, height);
+        return {aligned.width, aligned.height,
+                geometry::RgbaFrameSize<uint64_t>(aligned.width, aligned.height)};
+    }
+    const geometry::LinearYuv& linear = row.linear;
+    auto size = geometry::FrameSize<uint64_t>(format, width, height);
+    if (linear.isPlanar()) {
+        // With an odd height, half a row more for each chroma plane than they use.
+        const uint64_t rows = linear.stride<uint64_t>(width) + linear.stride<uint64_t>(width / 2);
+        size = std::max(size, Align<uint64_t>(rows * height, 4096));
+    }
+    const bool isLinear = linear.sampleBytes != 0;
+    return {row.aligned.width(width),
+            isLinear ? Align<uint32_t>(height, linear.heightUnit) : row.aligned.height(height),
+            size};
 }
 
 }  // namespace lx2::host

@@ -8,27 +8,9 @@ namespace lx2 {
 
 constexpr LogModule kLog = kEngineLog;
 
-namespace {
-
-struct ColorCodeRow {
-    uint32_t format;
-    uint32_t code;
-};
-constexpr ColorCodeRow kColorCodes[] = {
-    {PixFormat::RGBA8888, blit::kCodeRgba},
-    {PixFormat::RGBA8888_CMPX, blit::kCodeRgba | blit::kCodeCompressed},
-    {PixFormat::I420, blit::kCodePlanarCbFirst},
-    {PixFormat::NV12, blit::kCodeSemiPlanar},
-    {PixFormat::MIREL_NV12, blit::kCodeSemiPlanar},
-    {PixFormat::YV12, blit::kCodePlanarCrFirst},
-    {PixFormat::MIREL_NV12_CMPX, blit::kCodeSemiPlanar | blit::kCodeCompressed},
-    {PixFormat::MIREL_TP10, blit::kCodePacked10Bit | blit::kCodeCompressed},
-};
-
-}  // namespace
-
 bool LX2ColorConverter::Engine::isYUVSurface(uint32_t format) {
-    return geometry::IsYuv(format);
+    const geometry::FormatRow& row = geometry::RowOf(format);
+    return row.color == geometry::Color::Yuv && row.blitCode != 0;
 }
 
 bool LX2ColorConverter::Engine::isRGBSurface(uint32_t format) {
@@ -36,10 +18,8 @@ bool LX2ColorConverter::Engine::isRGBSurface(uint32_t format) {
 }
 
 uint32_t LX2ColorConverter::Engine::getGBXColorFormat(uint32_t format) {
-    for (const ColorCodeRow& row : kColorCodes) {
-        if (row.format == format)
-            return row.code;
-    }
+    if (const uint32_t code = geometry::RowOf(format).blitCode; code != 0)
+        return code;
     LX2_LOGE("%s: unsupported color format, %s(%d)", "getGBXColorFormat", PixFormat::Str(format),
              static_cast<int>(format));
     return 0xFFFFFFFF;

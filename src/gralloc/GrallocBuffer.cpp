@@ -1,9 +1,9 @@
+#include <base/FormatTable.h>
 #include <base/LogModules.h>
 #include <lx2/LX2GrallocBuffer.h>
 
 #include <C2AllocatorGralloc.h>
 #include <android/hardware/graphics/mapper/3.0/IMapper.h>
-#include <lx2/PixFormat.h>
 #include <lx2device/PrivateHandle.h>
 
 #include <limits>
@@ -90,13 +90,8 @@ uint32_t LX2GrallocBuffer::sliceHeight() {
 uint32_t LX2GrallocBuffer::format() {
     if (!mValid)
         return 0;
-    const uint32_t allocated = Record(mHandle)->format;
     const bool compressed = (flags() & kAllocatedCompressed) != 0;
-    if (allocated == PixFormat::RGBA8888)
-        return compressed ? PixFormat::RGBA8888_CMPX : PixFormat::RGBA8888;
-    if (IsAllocatorNv12(allocated))
-        return compressed ? PixFormat::MIREL_NV12_CMPX : PixFormat::MIREL_NV12;
-    return allocated;
+    return geometry::LayoutFormatOf(Record(mHandle)->format, compressed);
 }
 
 uint32_t LX2GrallocBuffer::flags() {

@@ -1,7 +1,7 @@
+#include <base/FormatTable.h>
 #include <base/LogModules.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/LX2VendorParams.h>
-#include <lx2/PixFormat.h>
 
 #include <algorithm>
 #include <cstring>
@@ -79,7 +79,7 @@ LX2Status LX2GrallocBuffer::getMetadata(std::vector<std::unique_ptr<C2Param>>* i
     bool fetched = false;
     lxd::ColorMetaData record;
     if (FetchColorAspects(mHandle, configUpdates, &record)) {
-        if (format() == PixFormat::MIREL_TP10 || format() == PixFormat::MIREL_P010)
+        if (geometry::RowOf(format()).bitDepth == 10)
             AppendHdrStatic(record, configUpdates);
         AppendHdrDynamic(record, infos);
         fetched = true;

@@ -54,9 +54,4 @@ constexpr uint64_t kUsageCompressed = 0x10000000;
 // Marks a bandwidth-compressed allocation in the flags.
 constexpr uint32_t kAllocatedCompressed = 0x08000000;
 
-// The allocator's codes for the video core's NV12, linear or compressed by the flags.
-constexpr bool IsAllocatorNv12(uint32_t format) {
-    return format == 0x22 || format == 0x102 || format == 0x7F000789;
-}
-
 }  // namespace lx2
