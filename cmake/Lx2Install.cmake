@@ -15,6 +15,8 @@ if(LX2_HOST_PLATFORM)
   foreach(standin IN LISTS standins)
     install(DIRECTORY ${standin}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lx2host-platform)
   endforeach()
+  # What components have in common, as sources.
+  install(DIRECTORY examples/component DESTINATION share/lx2)
   install(FILES cmake/FindAndroidLibraries.cmake DESTINATION ${package_dir})
   set(LX2_FIND_PLATFORM [[
 list(PREPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")

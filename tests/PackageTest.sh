@@ -24,6 +24,15 @@ client=$work/prefix/bin/lx2_client
     grep "nothing is left open"
 "$client" | grep "frames shown  *72$"  # its own component and sample
 
+# The three files of the page on components, as they stand there.
+mkdir "$work/invert"
+awk -v folder="$work/invert/" '/^### / { file = folder $2 } /^```/ { inside = /^```c/; next } inside { print > file }' \
+    "$source/docs/writing-a-component.md"
+quiet cmake -S "$work/invert" -B "$work/invert/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
+    -DCMAKE_EXE_LINKER_FLAGS="$flags"
+quiet cmake --build "$work/invert/build"
+quiet ctest --test-dir "$work/invert/build" --output-on-failure
+
 cat >"$work/pool.cpp" <<'TXT'
 #include <C2PlatformSupport.h>
 #include <lx2/LX2BufferPool.h>
