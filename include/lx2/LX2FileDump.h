@@ -18,9 +18,9 @@ namespace lx2 {
 // Writes buffers into a file, one call a buffer. Bitstream buffers go in as they are, after the
 // codec-specific data among their infos, VP8 and VP9 in the IVF container; uncompressed frames row
 // by row without padding; compressed frames as they lie in memory, or converted to their linear
-// format first. Rows lie where the buffer's planes() are, but of NV12 and I420, whose pitch is
-// taken to be the width: dumps of a width that is no multiple of 16 are skewed. MIREL_P010 is
-// written whole.
+// format first. Rows lie as the format's planes from the start of the mapping: an offset of the
+// buffer is not added. For NV12 and I420 the pitch is taken to be the width: dumps of a width that
+// is no multiple of 16 are skewed. MIREL_P010 is written whole.
 //
 // A dump takes linear or graphic buffers, whichever comes first, for its whole life. Its file is
 // opened by the first write and complete after each. A failed write leaves the dump usable: the
@@ -58,8 +58,8 @@ class LX2_API LX2FileDump {
     LX2Status write(std::shared_ptr<LX2Buffer> buffer);
 
     // The same for a buffer from the framework, but LX2_BAD_ARG for null. A frame's memory is taken
-    // to be as long as the video core makes such a frame, unless the rows that are written need
-    // more of it.
+    // to be as long as the video core makes such a frame, or as the rows that are written need
+    // where that is more, but no longer than the memory is.
     LX2Status write(std::shared_ptr<C2Buffer> buffer);
 
     // The path of the file that the last write went to; before the first the path given, or

@@ -1,10 +1,8 @@
-// What an LX2FileDump does, by concept: naming and opening (DumpNaming.cpp), linear buffers
-// (LinearWriter.cpp), frames (GraphicWriter.cpp) and their conversion (ForceLinear.cpp).
+// What an LX2FileDump does: naming and opening (FileDump.cpp), and what is written of each kind of
+// buffer (DumpWriters.cpp).
 #pragma once
 
 #include <lx2/IVFHeaders.h>
-#include <lx2/LX2BufferPool.h>
-#include <lx2/LX2ColorConverter.h>
 #include <lx2/LX2FileDump.h>
 
 #include <cstdint>
@@ -12,6 +10,7 @@
 #include <string>
 
 #include "DumpFile.h"
+#include "ForceLinear.h"
 
 namespace lx2 {
 
@@ -19,7 +18,6 @@ class LX2FileDump::Impl {
   public:
     Impl(const std::string& mime, uint32_t id, bool generateName, const std::string& prefix,
          const std::string& path, bool forceLinear);
-    ~Impl();
 
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
@@ -59,12 +57,6 @@ class LX2FileDump::Impl {
     LX2Status dumpGraphicUnCompressed(const LX2Buffer::Graphic* view);
     LX2Status dumpGraphicCompressed(const LX2Buffer::Graphic* view);
 
-    // Makes pool, target and converter ready when the frames are to be converted.
-    // After a failure, which is logged, compressed frames are written as they are.
-    void initColorConversionIfNeeded();
-    bool createPool();
-    bool allocateTarget();
-
     std::string mPrefix;
     uint32_t mId;
     bool mGenerateName;
@@ -79,9 +71,7 @@ class LX2FileDump::Impl {
     uint32_t mSourceFormat = 0;
     bool mForceLinear;
     uint32_t mWrittenFormat = 0;
-    std::shared_ptr<LX2Buffer> mTarget;
-    std::unique_ptr<LX2GraphicBufferPool> mPool;
-    std::unique_ptr<LX2ColorConverter> mConverter;
+    ForceLinear mConversion;
     DumpFile mFile;
 };
 

@@ -1,4 +1,4 @@
-#include "FileDumpImpl.h"
+#include "ForceLinear.h"
 
 #include <C2PlatformSupport.h>
 #include <base/LogModules.h>
@@ -16,30 +16,39 @@ constexpr uint64_t kTargetUsage = 0x10001;
 
 }  // namespace
 
-void LX2FileDump::Impl::initColorConversionIfNeeded() {
-    const uint32_t linear = PixFormat::GetUncompressedFor(mSourceFormat);
-    if (!mForceLinear || !PixFormat::IsCompressed(mSourceFormat) || linear == 0)
-        return;
-    mWrittenFormat = linear;
-    LX2_LOGI("[%s] Force %s to linear %s", mPrefix.c_str(), PixFormat::Str(mSourceFormat),
-             PixFormat::Str(mWrittenFormat));
+uint32_t ForceLinear::prepare(const std::string& prefix, uint32_t format, uint32_t width,
+                              uint32_t height) {
+    mTarget.reset();
+    const uint32_t linear = PixFormat::GetUncompressedFor(format);
+    if (linear == 0)
+        return format;
+    LX2_LOGI("[%s] Force %s to linear %s", prefix.c_str(), PixFormat::Str(format),
+             PixFormat::Str(linear));
     if (mPool == nullptr && !createPool()) {
-        LX2_LOGE("[%s] failed to create graphic buffer pool !", mPrefix.c_str());
-        mWrittenFormat = mSourceFormat;
-        return;
+        LX2_LOGE("[%s] failed to create graphic buffer pool !", prefix.c_str());
+        return format;
     }
-    if (!allocateTarget()) {
-        LX2_LOGE("[%s] Failed to allocate graphic buf for conversion !", mPrefix.c_str());
+    if (!allocateTarget(linear, width, height)) {
+        LX2_LOGE("[%s] Failed to allocate graphic buf for conversion !", prefix.c_str());
         mTarget.reset();
         mPool.reset();
-        mWrittenFormat = mSourceFormat;
-        return;
+        return format;
     }
     if (mConverter == nullptr)
         mConverter = std::make_unique<LX2ColorConverter>();
+    return linear;
 }
 
-bool LX2FileDump::Impl::createPool() {
+LX2Buffer::Graphic* ForceLinear::convert(const std::string& prefix, LX2Buffer::Graphic* view) {
+    if (mTarget == nullptr)
+        return nullptr;
+    if (mConverter->convert(view, mTarget->graphic()) == 0)
+        return mTarget->graphic();
+    LX2_LOGE("[%s] Failed to dump uncompressed !", prefix.c_str());
+    return nullptr;
+}
+
+bool ForceLinear::createPool() {
     std::shared_ptr<C2BlockPool> blocks;
     android::GetCodec2BlockPool(C2BlockPool::BASIC_GRAPHIC, nullptr, &blocks);
     if (blocks != nullptr)
@@ -47,10 +56,10 @@ bool LX2FileDump::Impl::createPool() {
     return mPool != nullptr;
 }
 
-bool LX2FileDump::Impl::allocateTarget() {
+bool ForceLinear::allocateTarget(uint32_t format, uint32_t width, uint32_t height) {
     mPool->setUsage(kTargetUsage);
-    mPool->setResolution(mWidth, mHeight);
-    mPool->setFormat(mWrittenFormat);
+    mPool->setResolution(width, height);
+    mPool->setFormat(format);
     return mPool->allocate(&mTarget) == C2_OK && mTarget != nullptr &&
            mTarget->type() == C2BufferData::GRAPHIC;
 }
