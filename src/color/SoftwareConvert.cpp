@@ -12,8 +12,8 @@ constexpr LogModule kLog = kEngineLog;
 namespace {
 
 // In 64 bits: sizes that would wrap in 32 are too large for any buffer, instead of small.
-struct Geometry {
-    Geometry(uint64_t w, uint64_t h)
+struct FramePair {
+    FramePair(uint64_t w, uint64_t h)
         : width(w),
           height(h),
           src(geometry::PlanesOf(PixFormat::YV12, w, h, 0)),
@@ -21,7 +21,8 @@ struct Geometry {
 
     uint64_t srcNeeds() const { return (src[1].pitch + src[0].pitch) * height; }
 
-    // The chroma plane counts half: buffers exist that are no larger.
+    // The chroma plane counts half, which components rely on. How far the rows reach is checked
+    // apart.
     uint64_t dstNeeds() const {
         const uint64_t rows =
             geometry::Align<uint64_t>(geometry::CeilDiv<uint64_t>(height, 2), 256);
@@ -32,7 +33,7 @@ struct Geometry {
     FramePlanes src, dst;
 };
 
-void CopyLuma(const uint8_t* src, uint8_t* dst, const Geometry& frame) {
+void CopyLuma(const uint8_t* src, uint8_t* dst, const FramePair& frame) {
     for (uint64_t row = 0; row < frame.height; ++row)
         memcpy_s(dst + row * frame.dst[0].pitch, frame.width, src + row * frame.src[0].pitch,
                  frame.width);
@@ -64,7 +65,7 @@ void Interleave(const uint8_t* first, const uint8_t* second, uint8_t* pairs, uin
     InterleavePlain(first, second, pairs, count);
 }
 
-void MergeChroma(const uint8_t* src, uint8_t* dst, const Geometry& frame) {
+void MergeChroma(const uint8_t* src, uint8_t* dst, const FramePair& frame) {
     const uint8_t* cr = src + frame.src[1].offset;
     const uint8_t* cb = src + frame.src[2].offset;
     uint8_t* pairs = dst + frame.dst[1].offset;
@@ -78,12 +79,11 @@ void MergeChroma(const uint8_t* src, uint8_t* dst, const Geometry& frame) {
 
 int32_t ConvertYv12ToMirelNv12(const uint8_t* src, uint32_t srcSize, uint8_t* dst, uint32_t dstSize,
                                uint32_t width, uint32_t height) {
-    const Geometry frame(width, height);
+    const FramePair frame(width, height);
     if (frame.srcNeeds() > srcSize) {
         LX2_LOGE("convertIYUVToNV12Mirel: src buffer size is insufficient");
         return C2_NO_MEMORY;
     }
-    // What is written can end behind what is needed.
     if (frame.dstNeeds() > dstSize || frame.dst.size() > dstSize) {
         LX2_LOGE("convertIYUVToNV12Mirel: dst buffer size is insufficient");
         return C2_NO_MEMORY;

@@ -1,4 +1,4 @@
-// Configuration and conversion.
+// Binding, configuration and conversion.
 #include <base/LogModules.h>
 #include <cinttypes>
 
@@ -11,11 +11,57 @@ constexpr LogModule kLog = kEngineLog;
 
 namespace {
 
+template <typename Function>
+bool Resolve(void* library, const char* name, Function* function) {
+    *function = reinterpret_cast<Function>(dlsym(library, name));
+    if (*function == nullptr)
+        LX2_LOGE("%s: dlsym %s failed, disable gbx engine", "Engine", name);
+    return *function != nullptr;
+}
+
 void* Pointer(uint64_t address) {
     return reinterpret_cast<void*>(static_cast<uintptr_t>(address));
 }
 
 }  // namespace
+
+LX2ColorConverter::Engine::Engine() {
+    // After a failure, what is open by then stays open until the engine goes.
+    mEnabled = bind();
+}
+
+LX2ColorConverter::Engine::~Engine() {
+    destroySurface(&mSrc);
+    destroySurface(&mDst);
+}
+
+bool LX2ColorConverter::Engine::bind() {
+    mBlitLibrary.reset(dlopen(blit::kLibrary, RTLD_NOW));
+    if (mBlitLibrary == nullptr) {
+        LX2_LOGE("%s: open libGBX2.so failed (%s), gbx disabled", "Engine", dlerror());
+        return false;
+    }
+    mUtilityLibrary.reset(dlopen(gpuutility::kLibrary, RTLD_NOW));
+    if (mUtilityLibrary == nullptr) {
+        LX2_LOGE("%s: sopen libferrum_utils.so failed (%s), gbx disabled", "Engine", dlerror());
+        return false;
+    }
+    return resolve();
+}
+
+bool LX2ColorConverter::Engine::resolve() {
+    void* library = mBlitLibrary.get();
+    return Resolve(library, "gbxCreateSurface", &mBlit.createSurface) &&
+           Resolve(library, "gbxUpdateSurface", &mBlit.updateSurface) &&
+           Resolve(library, "gbxReadSurface", &mBlit.readSurface) &&
+           Resolve(library, "gbxDraw", &mBlit.draw) && Resolve(library, "gbxFlush", &mBlit.flush) &&
+           Resolve(library, "gbxFinish", &mBlit.finish) &&
+           Resolve(library, "gbxWaitTimestamp", &mBlit.waitTimestamp) &&
+           Resolve(library, "gbxDestroySurface", &mBlit.destroySurface) &&
+           Resolve(library, "gbxMapAddr", &mBlit.mapAddr) &&
+           Resolve(library, "gbxUnMapAddr", &mBlit.unMapAddr) &&
+           Resolve(mUtilityLibrary.get(), gpuutility::kAlignFunction, &mAlign);
+}
 
 const LX2ColorConverter::Capabilities& LX2ColorConverter::Engine::QueryCapabilities() {
     static const Capabilities capabilities{
