@@ -17,7 +17,7 @@ ffmpeg -v error -f lavfi -i testsrc2=size=96x64:rate=25 -frames:v "$frames" -c:v
 
 # Memory of a process in KiB, once each tenth of a second.
 watch_memory() {
-    while sed -n 's/^VmRSS: *\([0-9]*\) kB/\1/p' "/proc/$1/status" 2>/dev/null; do sleep 0.1; done
+    while sed -n 's/^VmRSS:[[:space:]]*\([0-9]*\) kB/\1/p' "/proc/$1/status" 2>/dev/null; do sleep 0.1; done
 }
 
 # A file may grow to 16 MiB: the frames fill that after a quarter of the stream.
