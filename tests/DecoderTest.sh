@@ -31,17 +31,17 @@ decode() {  # decode <argument...>
     "${client[@]}" --out d "$@" >d.txt 2>d.err
 }
 says() { grep -qE -- "$1" d.txt || { cat d.txt d.err; return 1; }; }
-says_of() { decode "$1" && says "$2"; }  # <file> <words>
+says_of() { decode "${@:3}" "$1" && says "$2"; }  # <file> <words> [<argument>...]
 fails_with() {  # fails_with <words> <argument...>: exit status 1, and the words in a line
     local words=$1
     shift
     decode "$@"
     [ $? -eq 1 ] && cat d.txt d.err && grep -qE -- "$words" d.txt d.err
 }
-# So many frames come out, and they are FFmpeg's: equals <file> <frames>
+# So many frames come out, and they are FFmpeg's: equals <file> <frames> [<argument>...]
 equals() {
     local size visible
-    says_of "$1" "^  frames shown  *$2\$" || return 1
+    says_of "$1" "^  frames shown  *$2\$" "${@:3}" || return 1
     ffmpeg -v error -y -threads 1 -strict 1 -i "$1" -fps_mode passthrough -autoscale 0 -f rawvideo \
         -pix_fmt yuv420p reference.yuv
     for file in $(sed -n 's/^  wrote *\(.*\.yuv\) .*/\1/p' d.txt); do
@@ -52,6 +52,12 @@ equals() {
     done | cmp - reference.yuv
 }
 
+# 2141391878: the hardware's compressed NV12, which the dump converts.
+check "compressed frames: FFmpeg's to the byte" equals "$samples/avc.264" 72 --set raw.pixel-format.value=2141391878
+check "compressed frames: they are that" says "320x192 MIREL_NV12_CMPX 72"
+check "a component that converts: YV12" decode --set raw.pixel-format.value=842094169 "$samples/avc.264"
+check "a component that converts: FFmpeg's to the byte" cmp d/frames.yuv \
+    <(ffmpeg -v error -strict 1 -i "$samples/avc.264" -fps_mode passthrough -vf format=yuv420p,shuffleplanes=0:2:1 -f rawvideo -)
 for sample in avc.264=72 avc_crop.264=36 avc_resize.264=48 hevc.265=72 vp8.ivf=72 vp9.ivf=72; do
     check "${sample%=*}: frames are FFmpeg's to the byte" equals "$samples/${sample%=*}" "${sample#*=}"
     check "${sample%=*}: nothing is left open" says "^nothing is left open"

@@ -51,7 +51,9 @@ class Trace:
         return sum(n for (t, s), n in self.ended.items() if s == name and track in t)
 
 
-code, summary, errors = run(trace, decoder, "--out", os.path.join(work.name, "out"), stream)
+MIREL_NV12_CMPX = "2141391878"
+code, summary, errors = run(trace, decoder, "--set", "raw.pixel-format.value=" + MIREL_NV12_CMPX,
+                            "--out", os.path.join(work.name, "out"), stream)
 assert code == 0, errors
 said = {line.rsplit(None, 1)[0].strip(): line.rsplit(None, 1)[1]
         for line in summary.splitlines() if line.startswith("  ")}

@@ -151,6 +151,10 @@ bool Decode(const Options& options, Parameters* parameters, host::Client* client
         return false;
     }
     SetMediaType<C2PortMediaTypeSetting::input>(client, input->mediaType());
+    // Frames for files: linear ones, as far as the component has them.
+    C2StreamPixelFormatInfo::output linear(0u, PixFormat::MIREL_NV12);
+    if (!options.out.empty() && input->bitDepth() == 8)
+        client->config({&linear});
     *error = parameters->set(client->component()->intf().get(), options.settings);
     if (!error->empty())
         return false;

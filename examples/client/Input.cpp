@@ -2,6 +2,10 @@
 
 #include <sys/stat.h>
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -98,6 +102,11 @@ std::string Input::open(const std::string& path) {
 std::string Input::mediaType() const {
     const auto* row = RowOf(stream().codecpar->codec_id);
     return row == nullptr ? "" : row->mediaType;
+}
+
+int Input::bitDepth() const {
+    const auto* pixels = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(codec().format));
+    return pixels == nullptr ? 8 : pixels->comp[0].depth;
 }
 
 AVRational Input::rate() const {

@@ -40,6 +40,7 @@ class Input {
     // "video/avc" and the like; empty for a codec that Codec 2.0 has no name for.
     std::string mediaType() const;
     std::string codecName() const { return avcodec_get_name(stream().codecpar->codec_id); }
+    int bitDepth() const;  // 8 where the file doesn't tell
     // Frames a second; 25 where the file doesn't tell.
     AVRational rate() const;
     // Of the units as read() gives them.
