@@ -57,7 +57,7 @@ check "compressed frames: FFmpeg's to the byte" equals "$samples/avc.264" 72 --s
 check "compressed frames: they are that" says "320x192 MIREL_NV12_CMPX 72"
 check "a component that converts: YV12" decode --set raw.pixel-format.value=842094169 "$samples/avc.264"
 check "a component that converts: FFmpeg's to the byte" cmp d/frames.yuv \
-    <(ffmpeg -v error -strict 1 -i "$samples/avc.264" -fps_mode passthrough -vf format=yuv420p,shuffleplanes=0:2:1 -f rawvideo -)
+    <(ffmpeg -v error -strict 1 -i "$samples/avc.264" -fps_mode passthrough -vf format=yuv420p,shuffleplanes=0:2:1:3 -pix_fmt yuv420p -f rawvideo -)
 for sample in avc.264=72 avc_crop.264=36 avc_resize.264=48 hevc.265=72 vp8.ivf=72 vp9.ivf=72; do
     check "${sample%=*}: frames are FFmpeg's to the byte" equals "$samples/${sample%=*}" "${sample#*=}"
     check "${sample%=*}: nothing is left open" says "^nothing is left open"
