@@ -15,55 +15,48 @@ void Note(c2_status_t status, c2_status_t* first) {
 
 }  // namespace
 
+using Failures = std::vector<std::unique_ptr<C2SettingResult>>;
+
+struct C2InterfaceHelper::Impl {
+    const std::shared_ptr<C2ReflectorHelper> reflector;
+    mutable std::mutex lock;
+    std::vector<std::shared_ptr<ParamHelper>> params;  // in the order of their definition
+
+    const ParamHelper* find(uint32_t index) const;
+    static c2_status_t Apply(const ParamHelper& param, const C2Param& wanted, bool mayBlock,
+                             Failures* failures);
+    c2_status_t set(const C2Param& wanted, bool mayBlock, Failures* failures);
+};
+
 C2InterfaceHelper::C2InterfaceHelper(const std::shared_ptr<C2ReflectorHelper>& reflector)
-    : mReflector(reflector) {}
+    : mImpl(new Impl{reflector, {}, {}}) {}
 C2InterfaceHelper::~C2InterfaceHelper() = default;
 
-void C2InterfaceHelper::addParameter(const std::shared_ptr<ParamHelper>& param) {
-    const Lock guard = lock();
-    const auto leaveOut = [&](const char* why) {
-        ALOGE("%s is left out: %s", param->name.c_str(), why);
-    };
-    const auto value = param->get();
-    if (value == nullptr)
-        return leaveOut("no value");
-    const bool isConstant =
-        (param->attributes & C2ParamDescriptor::IS_CONST) == C2ParamDescriptor::IS_CONST;
-    if (!param->setter && !isConstant)
-        return leaveOut("no setter");
-    if (find(value->index()) != nullptr)
-        return leaveOut("defined twice");
-    for (const void* pointer : param->dependencyPointers) {
-        const auto dependency =
-            std::find_if(mParams.begin(), mParams.end(),
-                         [&](const auto& other) { return other->pointer == pointer; });
-        if (dependency == mParams.end())
-            return leaveOut("depends on a parameter that is not defined before it");
-        param->dependencies.push_back(dependency->get());
-    }
-    mReflector->addStructDescriptor(std::make_unique<C2StructDescriptor>(*param->structure));
-    mParams.push_back(param);
-    if (!param->dependencies.empty())
-        Apply(*param, *value, true, nullptr);
+std::shared_ptr<C2ReflectorHelper> C2InterfaceHelper::getReflector() const {
+    return mImpl->reflector;
 }
 
-const C2InterfaceHelper::ParamHelper* C2InterfaceHelper::find(uint32_t index) const {
-    for (const auto& param : mParams)
+C2InterfaceHelper::Lock C2InterfaceHelper::lock() const {
+    return Lock(mImpl->lock);
+}
+
+const C2InterfaceHelper::ParamHelper* C2InterfaceHelper::Impl::find(uint32_t index) const {
+    for (const auto& param : params)
         if (param->get()->index() == index)
             return param.get();
     return nullptr;
 }
 
 // Lets the setter make of the wanted value what it likes, and takes that.
-c2_status_t C2InterfaceHelper::Apply(const ParamHelper& param, const C2Param& wanted, bool mayBlock,
-                                     Failures* failures) {
+c2_status_t C2InterfaceHelper::Impl::Apply(const ParamHelper& param, const C2Param& wanted,
+                                           bool mayBlock, Failures* failures) {
     auto value = C2Param::Copy(wanted);
     C2R result = param.setter(mayBlock, param, param.get().get(), value.get());
     param.set(std::move(value));
     return result.retrieveFailures(failures);
 }
 
-c2_status_t C2InterfaceHelper::set(const C2Param& wanted, bool mayBlock, Failures* failures) {
+c2_status_t C2InterfaceHelper::Impl::set(const C2Param& wanted, bool mayBlock, Failures* failures) {
     const ParamHelper* param = find(wanted.index());
     if (param == nullptr)
         return C2_BAD_INDEX;
@@ -77,7 +70,7 @@ c2_status_t C2InterfaceHelper::set(const C2Param& wanted, bool mayBlock, Failure
     c2_status_t status = Apply(*param, wanted, mayBlock, failures);
     // In the order of definition, a parameter comes after all that it depends on.
     std::vector<const ParamHelper*> changed = {param};
-    for (const auto& other : mParams) {
+    for (const auto& other : params) {
         const auto& on = other->dependencies;
         if (std::find_first_of(on.begin(), on.end(), changed.begin(), changed.end()) == on.end())
             continue;
@@ -87,17 +80,46 @@ c2_status_t C2InterfaceHelper::set(const C2Param& wanted, bool mayBlock, Failure
     return status;
 }
 
+void C2InterfaceHelper::addParameter(const std::shared_ptr<ParamHelper>& param) {
+    const Lock guard = lock();
+    const auto leaveOut = [&](const char* why) {
+        ALOGE("%s is left out: %s", param->name.c_str(), why);
+    };
+    const auto value = param->get();
+    if (value == nullptr)
+        return leaveOut("it has no value");
+    const bool isConstant =
+        (param->attributes & C2ParamDescriptor::IS_CONST) == C2ParamDescriptor::IS_CONST;
+    if (!param->setter && !isConstant)
+        return leaveOut("it has no setter");
+    if (mImpl->find(value->index()) != nullptr)
+        return leaveOut("it is defined already");
+    for (const void* pointer : param->dependencyPointers) {
+        const auto dependency =
+            std::find_if(mImpl->params.begin(), mImpl->params.end(),
+                         [&](const auto& other) { return other->pointer == pointer; });
+        if (dependency == mImpl->params.end())
+            return leaveOut("it depends on what is not defined before it");
+        param->dependencies.push_back(dependency->get());
+    }
+    mImpl->reflector->addStructDescriptor(std::make_unique<C2StructDescriptor>(*param->structure));
+    mImpl->params.push_back(param);
+    if (!param->dependencies.empty())
+        Impl::Apply(*param, *value, true, nullptr);
+}
+
 c2_status_t C2InterfaceHelper::config(const std::vector<C2Param*>& params, c2_blocking_t mayBlock,
                                       Failures* const failures, bool updateParams,
                                       std::vector<std::shared_ptr<C2Param>>*) {
     const Lock guard = lock();
     c2_status_t status = C2_OK;
     for (const C2Param* param : params)
-        Note(param != nullptr ? set(*param, mayBlock == C2_MAY_BLOCK, failures) : C2_BAD_VALUE,
+        Note(param != nullptr ? mImpl->set(*param, mayBlock == C2_MAY_BLOCK, failures)
+                              : C2_BAD_VALUE,
              &status);
     for (C2Param* param : params) {
         const ParamHelper* known =
-            param != nullptr && updateParams ? find(param->index()) : nullptr;
+            param != nullptr && updateParams ? mImpl->find(param->index()) : nullptr;
         if (known != nullptr)
             param->updateFrom(*known->get());
     }
@@ -114,7 +136,7 @@ c2_status_t C2InterfaceHelper::query(
             Note(C2_BAD_VALUE, &status);
             continue;
         }
-        const ParamHelper* known = find(param->index());
+        const ParamHelper* known = mImpl->find(param->index());
         if (known != nullptr && param->updateFrom(*known->get()))
             continue;
         Note(known != nullptr ? C2_NO_MEMORY : C2_BAD_INDEX, &status);
@@ -125,7 +147,7 @@ c2_status_t C2InterfaceHelper::query(
         return status;
     }
     for (const C2Param::Index index : heapParamIndices) {
-        const ParamHelper* known = find(index);
+        const ParamHelper* known = mImpl->find(index);
         heapParams->push_back(known != nullptr ? C2Param::Copy(*known->get()) : nullptr);
         if (known == nullptr)
             Note(C2_BAD_INDEX, &status);
@@ -138,7 +160,7 @@ c2_status_t C2InterfaceHelper::querySupportedParams(
     if (params == nullptr)
         return C2_BAD_VALUE;
     const Lock guard = lock();
-    for (const auto& param : mParams) {
+    for (const auto& param : mImpl->params) {
         std::vector<C2Param::Index> dependencies;
         for (const ParamHelper* dependency : param->dependencies)
             dependencies.push_back(dependency->get()->index());
@@ -153,7 +175,7 @@ c2_status_t C2InterfaceHelper::querySupportedValues(
     std::vector<C2FieldSupportedValuesQuery>& fields, c2_blocking_t) const {
     const Lock guard = lock();
     for (auto& query : fields) {
-        const ParamHelper* param = find(_C2ParamInspector::GetIndex(query.field()));
+        const ParamHelper* param = mImpl->find(_C2ParamInspector::GetIndex(query.field()));
         const auto* values = param != nullptr ? param->fields.find(query.field()) : nullptr;
         query.status = param == nullptr ? C2_BAD_INDEX : values == nullptr ? C2_NOT_FOUND : C2_OK;
         query.values = values != nullptr ? *values : C2FieldSupportedValues();

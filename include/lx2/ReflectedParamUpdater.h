@@ -97,8 +97,9 @@ class LX2_API ReflectedParamUpdater {
     // invalid parameters are passed over; of two with one index the later is written. A text field
     // of no fixed extent, the last of its parameter, grows or shrinks it: growing puts a new object
     // into the slot and frees the old one. A key whose parameter is not in the list is logged and
-    // left out. A value that would end outside its parameter is left out without a message.
-    // Exceptions as parseMessageAndDoWork.
+    // left out; parameters are found by the whole index of their descriptor, its stream included,
+    // so that under a descriptor of stream 0 a parameter of stream 3 is not. A value that would end
+    // outside its parameter is left out without a message. Exceptions as parseMessageAndDoWork.
     void updateParamsFromMessage(const Message& message,
                                  std::vector<std::unique_ptr<C2Param>>* params) const;
 

@@ -133,6 +133,11 @@ struct Concrete : public T, public S {
                    : nullptr;
     }
     static const Concrete* From(const C2Param* param) { return From(const_cast<C2Param*>(param)); }
+
+    // To match the operator delete, which C2Param has.
+    static void* operator new(size_t size) { return ::operator new(size); }
+    static void* operator new(size_t, void* place) { return place; }
+    static void operator delete(void* memory) { C2Param::operator delete(memory); }
 };
 
 template <typename T, typename S, uint32_t Core, uint32_t Where>

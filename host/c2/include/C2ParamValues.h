@@ -19,8 +19,7 @@ struct C2ParamField {
     template <typename P, typename T, typename S>
     C2ParamField(P* param, T S::*member) : C2ParamField(param, &(param->*member)) {}
     // The whole parameter.
-    template <typename P>
-    explicit C2ParamField(P* param)
+    explicit C2ParamField(const C2Param* param)
         : C2ParamField(param->index(), 0, static_cast<uint32_t>(param->size())) {}
 
     bool operator==(const C2ParamField& other) const {

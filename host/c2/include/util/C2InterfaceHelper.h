@@ -64,10 +64,10 @@ class LX2_HOST_API C2InterfaceHelper {
     c2_status_t querySupportedValues(std::vector<C2FieldSupportedValuesQuery>& fields,
                                      c2_blocking_t mayBlock) const;
 
-    std::shared_ptr<C2ReflectorHelper> getReflector() const { return mReflector; }
+    std::shared_ptr<C2ReflectorHelper> getReflector() const;
 
     // To be held while the component's pointers are read.
-    Lock lock() const { return Lock(mLock); }
+    Lock lock() const;
 
   protected:
     // One parameter without its type.
@@ -173,16 +173,8 @@ class LX2_HOST_API C2InterfaceHelper {
     void setDerivedInstance(T*) {}
 
   private:
-    using Failures = std::vector<std::unique_ptr<C2SettingResult>>;
-
-    const ParamHelper* find(uint32_t index) const;
-    static c2_status_t Apply(const ParamHelper& param, const C2Param& wanted, bool mayBlock,
-                             Failures* failures);
-    c2_status_t set(const C2Param& wanted, bool mayBlock, Failures* failures);
-
-    const std::shared_ptr<C2ReflectorHelper> mReflector;
-    mutable std::mutex mLock;
-    std::vector<std::shared_ptr<ParamHelper>> mParams;
+    struct Impl;
+    const std::unique_ptr<Impl> mImpl;
 };
 
 template <typename P>
