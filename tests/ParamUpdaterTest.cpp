@@ -1,3 +1,4 @@
+#include <C2ParamInternal.h>
 #include <lx2/ReflectedParamUpdater.h>
 
 #include <map>
@@ -112,7 +113,8 @@ TEST_F(ParamUpdaterTest, WhatNoKeyCanAddressIsLoggedAndLeftOut) {
     updater.addParamDesc(nullptr, {9u, none}, reflector, true);
     updater.addParamDesc(nullptr, {Desc("alone", kGlobal | 8)});
     reflector->structures[0x100] = {{0x20101, 1, "other", 0, 4}};
-    reflector->structures[0x101] = {{0x20100, 1, "back", 0, 4}, {0x20101, 1, "self", 0, 4}};
+    reflector->structures[0x101] = {{0x20102, 1, "mid", 0, 4}, {0x20101, 1, "self", 0, 4}};
+    reflector->structures[0x102] = {{0x20100, 1, "back", 0, 4}};
     gC2LogLevel = 0x01000002;
     add("p", kGlobal | 1,
         {{Field::INT32, 4, "array", 0, 16},
@@ -136,7 +138,7 @@ TEST_F(ParamUpdaterTest, WhatNoKeyCanAddressIsLoggedAndLeftOut) {
             Error(kTag, "Unrecognized type: p.zero"), Error(kTag, "Unrecognized type: p.eight"),
             Error(kTag, "Unrecognized type: p.odd"), Error(kTag, "ignored struct field p.structs"),
             Error(kTag, "Could not describe structure of p.nowhere"),
-            Error(kTag, "Could not describe structure of p.loop.other.back"),
+            Error(kTag, "Could not describe structure of p.loop.other.mid.back"),
             Error(kTag, "Could not describe structure of p.loop.other.self"),
             Debug(kTag, "p.text registered"), Error(kTag, "ignored struct field q.s")));
     EXPECT_EQ(keysAmong({"p.array", "p.eight", "p.text", "p.x", "q.s", "dark"}), "p.text@0:2 ");
@@ -145,7 +147,7 @@ TEST_F(ParamUpdaterTest, WhatNoKeyCanAddressIsLoggedAndLeftOut) {
     // A structure that the caller brings may have the core index of one that the reflector has.
     const std::vector<Field> own = {{0x20100, 1, "s", 0, 4}};
     updater.addParamDesc(Desc("own", kGlobal | 4), {0x100u, own}, reflector, true);
-    EXPECT_THAT(log.takeTexts(), ElementsAre("Could not describe structure of own.s.other.back",
+    EXPECT_THAT(log.takeTexts(), ElementsAre("Could not describe structure of own.s.other.mid.back",
                                              "Could not describe structure of own.s.other.self"));
 }
 
@@ -273,6 +275,59 @@ TEST_F(ParamUpdaterTest, UpdatesWhatIsThereAndLogsTheRest) {
     EXPECT_THAT(log.take(), IsEmpty()) << "of a name the first registration wins";
     updater.getParamIndicesFromMessage({{"a.x", "1"}, {"a.y", "1"}, {"p.x", "1"}}, &indices);
     EXPECT_THAT(indices, ElementsAre(0x60000003u, kGlobal | 1));
+}
+
+TEST_F(ParamUpdaterTest, ApplyingAMessageTellsAStatusForEachKey) {
+    add("p", kGlobal | 1,
+        {{Field::INT32, 1, "i", 0, 4},
+         {Field::UINT32, 1, "u", 4, 4},
+         {Field::INT64, 1, "l", 8, 8},
+         {Field::UINT64, 1, "m", 16, 8},
+         {Field::FLOAT, 1, "f", 24, 4},
+         {Field::STRING, 4, "s", 28, 4},
+         {Field::BLOB, 4, "b", 32, 4}});
+    add("q", kGlobal | 2, {{Field::INT32, 1, "x", 0, 4}});
+    const struct {
+        const char *key, *text;
+        LX2Status status;
+        std::string bytes;  // of the parameter's body, from its field on
+    } kRows[] = {
+        {"p.i", "-2147483648", C2_OK, {0, 0, 0, '\x80'}},
+        {"p.i", "2147483648", C2_BAD_VALUE, "...."},
+        {"p.u", "4294967295", C2_OK, "\xff\xff\xff\xff"},
+        {"p.u", "-1", C2_BAD_VALUE, "...."},
+        {"p.l", "-9223372036854775808", C2_OK, {0, 0, 0, 0, 0, 0, 0, '\x80'}},
+        {"p.l", "9223372036854775808", C2_BAD_VALUE, "........"},
+        {"p.m", "18446744073709551615", C2_OK, "\xff\xff\xff\xff\xff\xff\xff\xff"},
+        {"p.m", "1 ", C2_BAD_VALUE, "........"},
+        {"p.f", "-1.5e0", C2_OK, {0, 0, '\xc0', '\xbf'}},
+        {"p.f", "1e39", C2_BAD_VALUE, "...."},
+        {"p.f", " 1", C2_BAD_VALUE, "...."},
+        {"p.s", "abc", C2_OK, {'a', 'b', 'c', 0}},
+        {"p.s", "abcd", C2_BAD_VALUE, "...."},
+        {"p.b", "1", C2_CANNOT_DO, "...."},
+        {"p.i", "", C2_BAD_VALUE, "...."},
+        {"q.x", "1", C2_NOT_FOUND, ""},
+        {"r.x", "1", C2_BAD_INDEX, ""},
+    };
+    for (const auto& row : kRows) {
+        params.clear();
+        params.push_back(Param(kGlobal | 1, std::string(36, '.')));
+        log.take();
+        const auto statuses = updater.applyMessage({{row.key, row.text}}, &params);
+        EXPECT_EQ(statuses, (std::map<std::string, LX2Status>{{row.key, row.status}})) << row.key;
+        EXPECT_EQ(log.take().size(), row.status == C2_OK || row.status == C2_BAD_INDEX ? 0u : 1u);
+        if (row.bytes.empty())
+            continue;
+        const auto* field = updater.fields().at(row.key).field.get();
+        EXPECT_EQ(Body(*params[0]).substr(_C2ParamInspector::GetOffset(*field), row.bytes.size()),
+                  row.bytes)
+            << row.key << "=" << row.text;
+    }
+    params[0] = Param(kGlobal | 1, "....");
+    EXPECT_EQ(updater.applyMessage({{"p.i", "1"}, {"p.f", "1"}}, &params),
+              (std::map<std::string, LX2Status>{{"p.f", C2_CORRUPTED}, {"p.i", C2_OK}}))
+        << "shorter than its descriptor says";
 }
 
 TEST_F(ParamUpdaterTest, NothingIsWrittenOutsideTheParameter) {

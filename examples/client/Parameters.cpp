@@ -2,7 +2,6 @@
 
 #include <C2PlatformSupport.h>
 
-#include <charconv>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -21,18 +20,6 @@ const char* NameOf(C2FieldDescriptor::type_t type) {
     return found == kNames.end() ? "not to be set by text" : found->second;
 }
 
-bool CanBeRead(const ReflectedParamUpdater::FieldDesc& field, const std::string& value) {
-    if (field.field == nullptr)
-        return false;
-    const C2FieldDescriptor::type_t type = field.field->type();
-    if (type != C2FieldDescriptor::INT32 && type != C2FieldDescriptor::UINT32)
-        return type == C2FieldDescriptor::STRING;
-    int32_t number = 0;
-    const char* end = value.data() + value.size();
-    const auto result = std::from_chars(value.data(), end, number);
-    return result.ec == std::errc() && result.ptr == end;
-}
-
 }  // namespace
 
 Parameters::Parameters(const C2ComponentInterface& component) {
@@ -45,15 +32,13 @@ Parameters::Parameters(const C2ComponentInterface& component) {
 std::string Parameters::set(C2ComponentInterface* component,
                             const std::vector<std::pair<std::string, std::string>>& settings) {
     for (const auto& [key, value] : settings) {
-        if (mUpdater.fields().count(key) == 0)
+        const auto field = mUpdater.fields().find(key);
+        if (field == mUpdater.fields().end())
             return "the component has no parameter \"" + key + "\"";
-        if (!CanBeRead(mUpdater.fields().at(key), value))
-            return key + " can't be set to \"" + value + "\"";
-        std::vector<C2Param::Index> indices;
         std::vector<std::unique_ptr<C2Param>> params;
-        mUpdater.getParamIndicesFromMessage({{key, value}}, &indices);
-        component->query_vb({}, indices, C2_MAY_BLOCK, &params);
-        mUpdater.updateParamsFromMessage({{key, value}}, &params);
+        component->query_vb({}, {field->second.param->index()}, C2_MAY_BLOCK, &params);
+        if (mUpdater.applyMessage({{key, value}}, &params).at(key) != C2_OK)
+            return key + " can't be set to \"" + value + "\"";
         std::vector<C2Param*> changed;
         for (const auto& param : params)
             changed.push_back(param.get());

@@ -9,6 +9,8 @@
 //     ...
 //     updater.updateParamsFromMessage({{"vendor.qp-range.min", "12"}}, &params);
 //
+// or, with a status for each key and for more types, updater.applyMessage(...).
+//
 // A key is the parameter's name, "." and the field's name, with one more "." and name for every
 // level of nesting; the keys of vendor parameters begin with "vendor.". Register on one thread
 // before use. The const calls only read what was registered: several threads may make them at once
@@ -19,6 +21,7 @@
 
 #include <C2Param.h>
 #include <lx2/Export.h>
+#include <lx2/LX2Status.h>
 
 #include <cstddef>
 #include <functional>
@@ -80,6 +83,23 @@ class LX2_API ReflectedParamUpdater {
 
     // Forgets the keys. The parameters' names and the list of whole parameters stay.
     void clear();
+
+    // Writes the values of the message into the parameters as updateParamsFromMessage() does, in
+    // ascending order of the keys, but takes INT64, UINT64, CNTR32, CNTR64 and FLOAT fields as
+    // well, reads numbers strictly, and gives a status for every key of the message instead of an
+    // exception:
+    // - C2_OK: the value is written.
+    // - C2_BAD_INDEX: no key of this name is registered.
+    // - C2_BAD_VALUE: the text is no value of the field's type: no decimal number, one with
+    //   anything before or behind it, one out of the type's range (a negative one for an unsigned
+    //   field), or a text that is longer than its field. FLOAT is read by std::strtof.
+    // - C2_CANNOT_DO: no text sets this field (a BLOB), or this parameter (set as a whole).
+    // - C2_NOT_FOUND: the parameter is not in the list.
+    // - C2_CORRUPTED: the parameter is shorter than its descriptor says.
+    // - C2_NO_MEMORY: no memory for a longer parameter.
+    // Every failure but C2_BAD_INDEX is logged, and leaves the parameter as it is.
+    std::map<std::string, LX2Status> applyMessage(
+        const Message& message, std::vector<std::unique_ptr<C2Param>>* params) const;
 
     // Parses the value of every key of the message that is registered, in ascending order of the
     // keys, and calls work with it. Text goes with its terminating zero and is cut to the room of

@@ -13,7 +13,6 @@
 namespace lx2 {
 namespace {
 
-constexpr uint64_t kHeaderSize = sizeof(ParamHeader);
 constexpr uint64_t kMaxParamSize = 0x7FFFFFFF;
 
 uint8_t* BytesOf(C2Param* param) {
@@ -37,44 +36,38 @@ bool Grow(std::unique_ptr<C2Param>* slot, uint64_t size) {
     std::unique_ptr<C2Param> grown = AllocateParam(size, old->index());
     if (grown == nullptr)
         return false;
-    if (old->size() > kHeaderSize)
-        memcpy(BytesOf(grown.get()) + kHeaderSize, BytesOf(old) + kHeaderSize,
-               old->size() - kHeaderSize);
+    if (old->size() > sizeof(C2Param))
+        memcpy(BytesOf(grown.get()) + sizeof(C2Param), BytesOf(old) + sizeof(C2Param),
+               old->size() - sizeof(C2Param));
     *slot = std::move(grown);
     return true;
 }
 
-void WriteFixed(C2Param* param, uint64_t offset, const void* value, uint64_t size) {
-    if (offset + size <= param->size())  // else it is shorter than its descriptor says
-        memcpy(BytesOf(param) + offset, value, size);
-}
-
-void WriteToEnd(std::unique_ptr<C2Param>* slot, uint64_t offset, const void* value, uint64_t size) {
-    const uint64_t needed = offset + size;
-    C2Param* param = slot->get();
-    if (needed > param->size()) {
-        if (offset > kMaxParamSize || kMaxParamSize - offset < size || !Grow(slot, needed))
-            return;
-    } else if (needed < param->size() && *param && needed >= kHeaderSize) {
-        WriteHeader(param, {static_cast<uint32_t>(needed), param->index()});
-    }
-    memcpy(BytesOf(slot->get()) + offset, value, size);
-}
-
 }  // namespace
 
-void WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor& field, size_t baseOffset,
-                const void* value, size_t size) {
+LX2Status WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor& field,
+                     size_t baseOffset, const void* value, size_t size) {
     // A parameter's size is a 32-bit number: nothing lies beyond it, and the sums can't wrap.
     constexpr uint64_t kBeyond = std::numeric_limits<uint32_t>::max();
     if (baseOffset > kBeyond || size > kBeyond)
-        return;
+        return C2_CORRUPTED;
     const uint64_t offset =
-        uint64_t{baseOffset} + _C2ParamInspector::GetOffset(field) + kHeaderSize;
-    if (field.extent() != 0)
-        WriteFixed(slot->get(), offset, value, size);
-    else
-        WriteToEnd(slot, offset, value, size);
+        uint64_t{baseOffset} + _C2ParamInspector::GetOffset(field) + sizeof(C2Param);
+    const uint64_t end = offset + size;
+    const uint64_t present = (*slot)->size();
+    if (field.extent() != 0) {
+        if (end > present)
+            return C2_CORRUPTED;  // the parameter is shorter than its descriptor says
+    } else if (end > present) {
+        if (end > kMaxParamSize)
+            return C2_CORRUPTED;
+        if (!Grow(slot, end))
+            return C2_NO_MEMORY;
+    } else {
+        WriteHeader(slot->get(), {static_cast<uint32_t>(end), (*slot)->index()});
+    }
+    memcpy(BytesOf(slot->get()) + offset, value, size);
+    return C2_OK;
 }
 
 }  // namespace lx2

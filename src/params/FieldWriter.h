@@ -4,6 +4,7 @@
 #include <lx2/C2Prelude.h>
 
 #include <C2Param.h>
+#include <lx2/LX2Status.h>
 
 #include <cstddef>
 #include <memory>
@@ -14,8 +15,9 @@ namespace lx2 {
 // holds the field, in the parameter's body. A field of fixed extent is written where it is. A field
 // of extent 0 ends the parameter, which grows (a new object in *slot) or shrinks (in place) to the
 // value's end.
-// Nothing is ever written outside the parameter: a value that does not fit leaves it as it is.
-void WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor& field, size_t baseOffset,
-                const void* value, size_t size);
+// C2_OK; C2_CORRUPTED for a value that would end outside the parameter, or outside any;
+// C2_NO_MEMORY when it can't grow. The parameter is then as it was.
+LX2Status WriteField(std::unique_ptr<C2Param>* slot, const C2FieldDescriptor& field,
+                     size_t baseOffset, const void* value, size_t size);
 
 }  // namespace lx2

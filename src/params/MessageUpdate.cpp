@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "FieldWriter.h"
+#include "TextValue.h"
 
 namespace lx2 {
 
@@ -14,6 +15,10 @@ namespace {
 
 using FieldDesc = ReflectedParamUpdater::FieldDesc;
 using Work = ReflectedParamUpdater::Work;
+
+void LogUnsupported(const std::string& name) {
+    LX2_LOGE("Unsupported data type for %s", name.c_str());
+}
 
 void ParseText(const std::string& name, const FieldDesc& desc, const std::string& text,
                const Work& work) {
@@ -44,16 +49,67 @@ void ParseInteger(const std::string& name, const FieldDesc& desc, const std::str
 
 void Parse(const std::string& name, const FieldDesc& desc, const std::string& text,
            const Work& work) {
-    // A whole parameter has no field, and no text makes one: it counts as unsupported.
-    switch (desc.field != nullptr ? uint32_t{desc.field->type()} : uint32_t{C2Value::NO_INIT}) {
+    // A whole parameter has no field, and no text makes one.
+    if (desc.field == nullptr)
+        return LogUnsupported(name);
+    switch (desc.field->type()) {
         case C2FieldDescriptor::STRING:
             return ParseText(name, desc, text, work);
         case C2FieldDescriptor::INT32:
         case C2FieldDescriptor::UINT32:
             return ParseInteger(name, desc, text, work);
         default:
-            LX2_LOGE("Unsupported data type for %s", name.c_str());
+            return LogUnsupported(name);
     }
+}
+
+// The slots of a list that hold valid parameters, by index; of two with one index the later.
+class Slots {
+  public:
+    using Slot = std::unique_ptr<C2Param>;
+
+    explicit Slots(std::vector<Slot>* params) {
+        if (params == nullptr)
+            return;
+        for (Slot& slot : *params)
+            if (slot != nullptr && *slot)
+                mSlots[slot->index()] = &slot;
+    }
+
+    // The slot of a key's parameter; null, with an error line, when it is not there.
+    Slot* find(const std::string& name, const FieldDesc& desc) const {
+        const uint32_t index = desc.param->index();
+        const auto slot = mSlots.find(index);
+        if (slot != mSlots.end())
+            return slot->second;
+        LX2_LOGE("%s found, but param #%d isn't present to update", name.c_str(),
+                 static_cast<int32_t>(index));
+        return nullptr;
+    }
+
+  private:
+    std::map<uint32_t, Slot*> mSlots;
+};
+
+LX2Status Apply(const std::string& name, const FieldDesc& desc, const std::string& text,
+                const Slots& slots) {
+    std::string bytes;
+    const LX2Status status =
+        desc.field != nullptr ? ReadText(*desc.field, text, &bytes) : C2_CANNOT_DO;
+    if (status == C2_CANNOT_DO)
+        LogUnsupported(name);
+    else if (status != C2_OK)
+        LX2_LOGE("%s: \"%s\" is no value of its type", name.c_str(), text.c_str());
+    if (status != C2_OK)
+        return status;
+    auto* slot = slots.find(name, desc);
+    if (slot == nullptr)
+        return C2_NOT_FOUND;
+    const LX2Status written =
+        WriteField(slot, *desc.field, desc.baseOffset, bytes.data(), bytes.size());
+    if (written != C2_OK)
+        LX2_LOGE("%s: the value does not fit its parameter", name.c_str());
+    return written;
 }
 
 }  // namespace
@@ -93,22 +149,26 @@ void ReflectedParamUpdater::updateParamsFromMessage(
     const Message& message, std::vector<std::unique_ptr<C2Param>>* params) const {
     if (params == nullptr)
         return;
-    std::map<uint32_t, std::unique_ptr<C2Param>*> slots;
-    for (std::unique_ptr<C2Param>& slot : *params)
-        if (slot != nullptr && *slot)
-            slots[slot->index()] = &slot;
-
+    const Slots slots(params);
     parseMessageAndDoWork(message, [&slots](const std::string& name, const FieldDesc& desc,
                                             const void* value, size_t size) {
-        const uint32_t index = desc.param->index();
-        const auto slot = slots.find(index);
-        if (slot == slots.end()) {
-            LX2_LOGE("%s found, but param #%d isn't present to update", name.c_str(),
-                     static_cast<int32_t>(index));
-            return;
-        }
-        WriteField(slot->second, *desc.field, desc.baseOffset, value, size);
+        if (auto* slot = slots.find(name, desc))
+            WriteField(slot, *desc.field, desc.baseOffset, value, size);
     });
+}
+
+std::map<std::string, LX2Status> ReflectedParamUpdater::applyMessage(
+    const Message& message, std::vector<std::unique_ptr<C2Param>>* params) const {
+    const Slots slots(params);
+    std::map<std::string, LX2Status> statuses;
+    for (const auto& [name, text] : message)
+        statuses.emplace(name, C2_BAD_INDEX);
+    for (auto& [name, status] : statuses) {
+        const auto entry = mFieldsByName.find(name);
+        if (entry != mFieldsByName.end())
+            status = Apply(name, entry->second, message.at(name), slots);
+    }
+    return statuses;
 }
 
 }  // namespace lx2
