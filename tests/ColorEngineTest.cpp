@@ -1,13 +1,16 @@
 #include <dlfcn.h>
 #include <lx2/PixFormat.h>
+#include <lx2/Platform.h>
 
 #include <cstring>
 #include <numeric>
 
+#include "Blocks.h"
 #include "Engine.h"
 #include "Fixture.h"
 #include "RecordingBlit.h"
 #include "SoftwareConvert.h"
+#include "TempDir.h"
 
 namespace lx2::test {
 
@@ -21,13 +24,18 @@ using Format = LX2ColorConverter::Format;
 constexpr char kTag[] = "LX2GBXEngine";
 constexpr uint32_t kUnknownFormat = 0x114;
 
+using Library = std::unique_ptr<void, int (*)(void*)>;
+
+RecordingBlit* Record(const Library& library) {
+    return reinterpret_cast<RecordingBlitFunction>(dlsym(library.get(), kRecordingSymbol))();
+}
+
 class ColorEngineTest : public Fixture {
   protected:
-    ColorEngineTest() : mLibrary(dlopen("libGBX2.so", RTLD_NOW)) {
-        blit = reinterpret_cast<RecordingBlitFunction>(dlsym(mLibrary, kRecordingSymbol))();
+    ColorEngineTest() {
         *blit = {};
+        *utility = {};
     }
-    ~ColorEngineTest() override { dlclose(mLibrary); }
 
     // Names of the calls since the last time, unmappings with what they unmap.
     std::string takeCalls() {
@@ -43,9 +51,54 @@ class ColorEngineTest : public Fixture {
                               reinterpret_cast<uint8_t*>(0x20000), 32, size);
     }
 
-    void* mLibrary;
-    RecordingBlit* blit;
+    Library blitLibrary{dlopen("libGBX2.so", RTLD_NOW), dlclose};
+    Library utilityLibrary{dlopen("libferrum_utils.so", RTLD_NOW), dlclose};
+    RecordingBlit* blit = Record(blitLibrary);
+    RecordingBlit* utility = Record(utilityLibrary);
 };
+
+using ColorUnboundTest = Fixture;
+
+// Each library that can't be opened, or lacks a symbol, is put in front of the recording ones.
+TEST_F(ColorUnboundTest, SaysWhatIsMissingAndFailsEveryConversion) {
+    const auto buffer = GraphicBuffer(64, 64, PixFormat::NV12);
+    size_t variants = 0;
+    for (const auto& variant : std::filesystem::directory_iterator(LX2_BROKEN_LIBRARIES)) {
+        const TempDir dir;
+        std::filesystem::copy(variant, dir / ".");
+        std::filesystem::current_path(dir / ".");
+        log.take();
+        LX2ColorConverter converter;
+        const std::string name = variant.path().filename();
+        const bool opens = name.find(".so") == name.npos;
+        EXPECT_THAT(
+            log.takeTexts(),
+            ElementsAre(MatchesRegex(opens ? "Engine: dlsym " + name + " failed, disable gbx engine"
+                                           : "Engine: s?open " + name + " failed .*" + name +
+                                                 ".*gbx disabled")));
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(converter.convert(buffer->graphic(), buffer->graphic()), -1);
+        EXPECT_THAT(log.takeTexts(),
+                    ElementsAre("configure: configure failed, gbx disabled",
+                                "convert: configure gbx engine failed",
+                                "convert:  can't do color conversion now (enable 0, config 0)",
+                                "convert: convert failed"));
+        ++variants;
+    }
+    EXPECT_EQ(variants, 13u);
+}
+
+TEST_F(ColorEngineTest, ClosesTheBlitLibraryFirst) {
+    std::string closed;
+    auto engine = std::make_unique<Engine>();
+    blit->onClose = [&] { closed += "blit "; };
+    utility->onClose = [&] { closed += "utility "; };
+    utilityLibrary.reset();
+    blitLibrary.reset();
+    EXPECT_EQ(closed, "");
+    engine.reset();
+    EXPECT_EQ(closed, "blit utility ");
+}
 
 // The figures were worked out apart from the code, with a script from the rules of each layout.
 TEST_F(ColorEngineTest, KnowsCodeStrideLumaAndFrameSizeOfEveryFormat) {
@@ -226,7 +279,8 @@ TEST_F(ColorEngineTest, AFailedReconfigurationKeepsTheEngineConfigured) {
     EXPECT_EQ(engine.configure({32, 32, PixFormat::NV12, 32, 0}, {32, 32, PixFormat::YV12, 32, 0}),
               -1);
     EXPECT_EQ(convert(engine), 0);
-    EXPECT_THAT(blit->calls, Contains(HasSubstr("200c010 40000000000000 400000 40000000000000 ")));
+    EXPECT_THAT(blit->calls, Contains("Draw 0 0 0 0 0 1 | 4 0 200c010 40000000000000 400000 "
+                                      "40000000000000 400000 0 0 0 0 0 0"));
     takeCalls();
     blit->statuses["CreateSurface"] = {4};
     EXPECT_EQ(engine.configure(nv12, {64, 64, kUnknownFormat, 64, 0}), -1);
@@ -272,6 +326,7 @@ TEST_F(ColorEngineTest, RefusesArgumentsThatNoFrameCanHave) {
         EXPECT_THAT(log.take(), ElementsAre(Error(kTag, text)));
     }
     EXPECT_EQ(takeCalls(), "");
+    EXPECT_EQ(engine.convert(0, base, 0, 8192, 0, base, 0, 8192), 0) << "descriptors as others";
 }
 
 TEST_F(ColorEngineTest, DebugLinesHaveTwoGates) {
@@ -377,6 +432,21 @@ TEST_F(ColorEngineTest, SoftwarePathIgnoresOffsetsAndEmptyRowsButNotDescriptors)
     EXPECT_EQ(engine.convert(5, frame.src.data(), 7, 4096, 6, frame.dst.data(), 9, 393216), 0);
     EXPECT_EQ(memcmp(frame.dst.data(), frame.src.data(), 16), 0);
     EXPECT_EQ(frame.dst[512 * 512], frame.src[48]);
+}
+
+// The last one: the platform's sizes keep the utility library open.
+TEST_F(ColorEngineTest, AsksTheUtilityForA32BitSurfaceAndTakesNoNegativeAnswer) {
+    EXPECT_EQ(Engine().calcSize(PixFormat::RGBA8888, 100, 40, true), 28672u);
+    const auto size = [] {
+        return Platform::MirelBufferLayout::CompressedFrameSize(PixFormat::RGBA8888_CMPX, 100, 40);
+    };
+    EXPECT_EQ(size(), 28672u);
+    EXPECT_THAT(utility->calls,
+                ElementsAre("Align 64 28 0 1c 1 0 0 200", "Align 64 28 0 1c 1 0 0 200"));
+    for (const auto& aligned : {std::pair(-128, 49), std::pair(128, -49)}) {
+        utility->aligned = aligned;
+        EXPECT_EQ(size(), 0u);
+    }
 }
 
 }  // namespace lx2::test

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <sstream>
+#include <tuple>
 
 using lx2::test::RecordingBlit;
 
@@ -88,6 +89,15 @@ LX2_API int32_t gbxUnMapAddr(uint64_t gpu) {
 LX2_API void gbxReadSurface() {}
 LX2_API void gbxFlush() {}
 LX2_API void gbxWaitTimestamp() {}
+
+LX2_API void compute_fmt_aligned_width_and_height(int a, int b, int c, int d, int e, int f, int g,
+                                                  int h, int32_t* width, int32_t* height) {
+    std::vector<uint64_t> arguments;
+    for (const int argument : {a, b, c, d, e, f, g, h})
+        arguments.push_back(static_cast<uint32_t>(argument));
+    Note("Align", arguments);
+    std::tie(*width, *height) = Recording().aligned;
+}
 
 LX2_API int32_t gbxFinish(uint32_t target) {
     return Note("Finish", {target});
