@@ -81,6 +81,26 @@ TEST_F(LogTest, TheLevelWordChoosesDetailAndGroupAndErrorsAlwaysPrint) {
     }
 }
 
+TEST(PixFormatTest, EveryFormatHasItsName) {
+    const std::pair<uint32_t, const char*> rows[] = {
+        {1, "RGBA8888"},
+        {0xC2000000, "RGBA8888_CMPX"},
+        {0x23, "I420"},
+        {0x109, "NV12"},
+        {0x32315659, "YV12"},
+        {0x7FA30C04, "MIREL_NV12"},
+        {0x7FA30C06, "MIREL_NV12_CMPX"},
+        {0x7FA30C09, "MIREL_TP10"},
+        {0x7FA30C0A, "MIREL_P010"},
+        {0x22, "IMPLEMENTATION_DEFINED"},
+        {0x102, "ALLOC_NV12_102"},
+        {0x7F000789, "ALLOC_NV12_789"},
+        {0, "UNKNOWN"},
+    };
+    for (const auto& [format, name] : rows)
+        EXPECT_STREQ(PixFormat::Str(format), name);
+}
+
 // Figures worked out by hand from the tile sizes and paddings of each layout.
 TEST(FrameSizeTest, CompressedFramesHaveTheVideoCoresSizes) {
     const std::tuple<uint32_t, uint64_t, uint64_t, uint64_t> rows[] = {
@@ -94,6 +114,7 @@ TEST(FrameSizeTest, CompressedFramesHaveTheVideoCoresSizes) {
         {PixFormat::RGBA8888_CMPX, 100, 40, 128 * 49 * 4 / 4096 * 4096 + 4096},
         {PixFormat::RGBA8888_CMPX, 64, 0, 0},
         {PixFormat::RGBA8888_CMPX, (1ull << 32) + 64, 64, 0},
+        {PixFormat::RGBA8888_CMPX, 64, (1ull << 32) + 64, 0},
     };
     for (const auto& [format, width, height, size] : rows)
         EXPECT_EQ(Platform::MirelBufferLayout::CompressedFrameSize(format, width, height), size);

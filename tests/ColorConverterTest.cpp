@@ -72,6 +72,17 @@ TEST_F(ColorConverterTest, ConvertsEveryPairOfYuvFormatsExactly) {
     }
 }
 
+TEST_F(ColorConverterTest, ReadsASourceThatStartsInsideItsAllocation) {
+    const auto block = GraphicBlock(64, 96, PixFormat::NV12);
+    auto* record = reinterpret_cast<PrivateHandle*>(const_cast<C2Handle*>(block->handle()));
+    record->height = 48;
+    record->offset = 4096;
+    const Frame frame = host::TestFrame(64, 48, 8, 9);
+    ASSERT_TRUE(host::WriteFrame(record->fd, record->offset, PixFormat::NV12, frame.view()));
+    ASSERT_EQ(convert(std::make_shared<LX2Buffer>(block), PixFormat::YV12), 0);
+    EXPECT_TRUE(Read(*target) == frame);
+}
+
 // All four channels, through the tiles and back; what colors become is the video core's affair.
 TEST_F(ColorConverterTest, ConvertsRgbThroughItsTiles) {
     const auto noise = GraphicBuffer(62, 34, PixFormat::RGBA8888);

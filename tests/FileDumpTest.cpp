@@ -43,6 +43,7 @@ c2_status_t android::GetCodec2BlockPool(C2BlockPool::local_id_t id,
 namespace lx2::test {
 
 using namespace std::string_literals;
+using ::testing::Not;
 using Bytes = std::vector<uint8_t>;
 using Impl = LX2FileDump::Impl;
 
@@ -232,6 +233,7 @@ TEST_F(FileDumpTest, WritesCodecConfigAndIvfAndCountsWhatItMustNotRead) {
             ElementsAre(
                 "Opened file " + path + " for writing",
                 "dumpLinear: Avoiding unsafe read.. buffer range exceeds it's capacity !!"));
+        EXPECT_EQ(ReadAll(path).size(), 32u) << "complete after a failed write too";
         EXPECT_THAT(textsAt(0x02000001, [&] { EXPECT_EQ(dump->write(first), C2_OK); }),
                     ElementsAre("Dumping CSD of 3 bytes", "Dump linear buffer: 2 bytes"));
         EXPECT_EQ(dump->write(Bitstream({9})), C2_OK);
@@ -242,6 +244,8 @@ TEST_F(FileDumpTest, WritesCodecConfigAndIvfAndCountsWhatItMustNotRead) {
                       "\1\0\0\0\4\0\0\0\0\0\0\0\x9"s);
     }
     EXPECT_EQ(dumped(first), (Bytes{'c', 's', 'd', 7, 8}));
+    config->invalidate();  // of size 0
+    EXPECT_EQ(dumped(first), (Bytes{7, 8}));
     EXPECT_THAT(textsAt(0x02000001, [&] { fixedDump(kVp8)->write(Bitstream({9})); }),
                 ElementsAre("Created File dump: " + path, "Opened file " + path + " for writing",
                             "Writing IVF File header..", "Witing IVF file header of 32 bytes",
@@ -293,8 +297,16 @@ TEST_F(FileDumpTest, WritesTheRowsOfEachFormatWithoutPadding) {
     const auto roomy = GraphicBlock(64, 96, PixFormat::MIREL_NV12_CMPX);
     const_cast<C2Handle*>(roomy->handle())->data[7] = 48;  // the height of the record
     EXPECT_EQ(dumped(std::make_shared<LX2Buffer>(roomy)).size(), 32768u);
-    EXPECT_EQ(geometry::VideoCoreFrameSize<uint32_t>(PixFormat::MIREL_NV12_CMPX, 1920, 1088),
-              3153920u);
+    const auto tiles = NoisyFrame(PixFormat::MIREL_NV12_CMPX, 64, 48);
+    tiles->graphic()->setAllocSize(5000);
+    EXPECT_EQ(dumped(tiles).size(), 5000u);
+    const std::tuple<uint32_t, uint32_t, uint32_t, uint32_t> sizes[] = {
+        {PixFormat::MIREL_NV12_CMPX, 1920, 1088, 3153920},
+        {PixFormat::NV12, 512, 513, 512 * (1024 + 512)},
+        {PixFormat::NV12, 513, 1025, 1024 * (1536 + 768)},
+    };
+    for (const auto& [format, width, height, size] : sizes)
+        EXPECT_EQ(geometry::VideoCoreFrameSize<uint32_t>(format, width, height), size);
 }
 
 class ForceLinearTest : public FileDumpTest {
@@ -348,7 +360,13 @@ TEST_F(ForceLinearTest, ConvertsCompressedFramesToTheirLinearFormat) {
     std::unique_ptr<LX2FileDump> fixed;
     ASSERT_EQ(LX2FileDump::Create("video/raw", path, &fixed, true), C2_OK);
     EXPECT_EQ(fixed->write(picture(PixFormat::MIREL_NV12_CMPX)), C2_OK);
-    EXPECT_EQ(ReadAll(path).size(), 64 * 72u);
+    EXPECT_EQ(fixed->write(Bitstream({1})), LX2_ERROR) << "of the other kind";
+    EXPECT_EQ(fixed->write(picture(PixFormat::MIREL_NV12_CMPX)), C2_OK);
+    EXPECT_EQ(ReadAll(path).size(), 2 * 64 * 72u);
+    EXPECT_EQ(fixed->write(picture(PixFormat::NV12)), C2_OK);
+    EXPECT_THAT(textsAt(0x01000002, [&] { fixed->write(picture(PixFormat::MIREL_NV12_CMPX)); }),
+                Not(Contains("configure: configure successfully")))
+        << "the converter stays";
 }
 
 TEST_F(ForceLinearTest, FallsBackToTheCompressedFrame) {
