@@ -72,15 +72,25 @@ TEST_F(ColorConverterTest, ConvertsEveryPairOfYuvFormatsExactly) {
     }
 }
 
-TEST_F(ColorConverterTest, ReadsASourceThatStartsInsideItsAllocation) {
-    const auto block = GraphicBlock(64, 96, PixFormat::NV12);
-    auto* record = reinterpret_cast<PrivateHandle*>(const_cast<C2Handle*>(block->handle()));
-    record->height = 48;
-    record->offset = 4096;
+// A buffer whose record says other figures than its allocation has.
+std::shared_ptr<LX2Buffer> WithRecord(uint32_t height, uint32_t format,
+                                      const std::function<void(PrivateHandle&)>& change) {
+    const auto block = GraphicBlock(64, height, format);
+    change(*reinterpret_cast<PrivateHandle*>(const_cast<C2Handle*>(block->handle())));
+    return std::make_shared<LX2Buffer>(block);
+}
+
+TEST_F(ColorConverterTest, FramesMayStartInsideTheirAllocations) {
+    const auto inside = [](PrivateHandle& record) {
+        record.height = 48;
+        record.offset = 4096;
+    };
+    const auto from = WithRecord(96, PixFormat::NV12, inside);
+    const auto to = WithRecord(96, PixFormat::YV12, inside);
     const Frame frame = host::TestFrame(64, 48, 8, 9);
-    ASSERT_TRUE(host::WriteFrame(record->fd, record->offset, PixFormat::NV12, frame.view()));
-    ASSERT_EQ(convert(std::make_shared<LX2Buffer>(block), PixFormat::YV12), 0);
-    EXPECT_TRUE(Read(*target) == frame);
+    ASSERT_TRUE(host::WriteFrame(from->graphic()->fd(), 4096, PixFormat::NV12, frame.view()));
+    ASSERT_EQ(converter.convert(from->graphic(), to->graphic()), 0);
+    EXPECT_TRUE(host::ReadFrame(to->graphic()->fd(), 4096, PixFormat::YV12, 64, 48) == frame);
 }
 
 // All four channels, through the tiles and back; what colors become is the video core's affair.
@@ -129,11 +139,8 @@ TEST_F(ColorConverterTest, GivesTheTargetTheSourcesCropBeforeItChecksAnything) {
     EXPECT_EQ(taller->graphic()->effectiveWidth(), 32u);
 }
 
-// A buffer whose record says another stride.
 std::shared_ptr<LX2Buffer> WithStride(uint32_t format, uint32_t stride) {
-    const auto block = GraphicBlock(64, 48, format);
-    reinterpret_cast<PrivateHandle*>(const_cast<C2Handle*>(block->handle()))->alignedWidth = stride;
-    return std::make_shared<LX2Buffer>(block);
+    return WithRecord(48, format, [&](PrivateHandle& record) { record.alignedWidth = stride; });
 }
 
 TEST_F(ColorConverterTest, ConfiguresOnlyWhenTheGeometryChanges) {

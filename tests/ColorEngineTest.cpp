@@ -400,6 +400,9 @@ TEST_F(ColorEngineTest, SoftwarePathRefusesBuffersThatAreTooSmall) {
         {1382400, 1572864 + 359 * 1536 + 1280, 1280, 720, nullptr},
         // enough for the rule, not for the rows
         {1382400, 1572864 + 359 * 1536 + 1279, 1280, 720, "dst"},
+        // enough for the rows, not for the rule
+        {4096, 327680, 16, 2, nullptr},
+        {4096, 327679, 16, 2, "dst"},
         // sizes that wrap to small ones in 32 bits
         {4096, 4096, 0x80000000, 2, "src"},
     };

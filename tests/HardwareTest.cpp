@@ -61,6 +61,8 @@ void ExpectRowsWhereDescribed(const host::PlaneLayout& plane, std::vector<uint8_
 
 TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
     const std::pair<uint32_t, uint32_t> sizes[] = {{1, 1}, {3, 5}, {33, 9}, {49, 17}, {200, 131}};
+    EXPECT_EQ(host::LayoutOf(PixFormat::I420, 2, 2)->channels[1].plane, 1u) << "Cb first";
+    EXPECT_EQ(host::LayoutOf(PixFormat::YV12, 2, 2)->channels[1].plane, 2u) << "Cr first";
     for (uint32_t format :
          {PixFormat::RGBA8888, PixFormat::RGBA8888_CMPX, PixFormat::I420, PixFormat::NV12,
           PixFormat::YV12, PixFormat::MIREL_NV12, PixFormat::MIREL_NV12_CMPX, PixFormat::MIREL_TP10,

@@ -86,9 +86,10 @@ LX2Status LX2FileDump::Impl::writeLinear(const LX2Buffer& buffer) {
 
 void LX2FileDump::Impl::dumpCodecConfig(const LX2Buffer& buffer) {
     for (const auto& info : buffer.infos()) {
+        // Of an info that has no room for its header, there is no copy.
         if (info == nullptr || info->coreIndex().coreIndex() != kCodecConfig)
             continue;
-        const size_t size = info->size() < sizeof(C2Param) ? 0 : info->size() - sizeof(C2Param);
+        const size_t size = info->size() - sizeof(C2Param);
         LX2_LOGD("Dumping CSD of %zu bytes", size);
         mFile.write(reinterpret_cast<const uint8_t*>(info.get()) + sizeof(C2Param), size);
     }
@@ -146,11 +147,10 @@ uint32_t LX2FileDump::Impl::assumedSize(const Graphic& view) {
         geometry::VideoCoreFrameSize<uint32_t>(view.format(), view.width(), view.height());
     if (size == 0 || view.platformBuffer() == nullptr)
         return 0;
-    const std::optional<uint64_t> there = MemoryBehind(view.fd());
-    if (!there)
-        return size;
+    // A descriptor that doesn't say how much there is gets the rule's size.
+    const uint64_t there = MemoryBehind(view.fd()).value_or(size);
     const uint64_t needed = std::max<uint64_t>(size, RowsOf(view).size());
-    return static_cast<uint32_t>(std::min({needed, *there, kLargestSize}));
+    return static_cast<uint32_t>(std::min({needed, there, kLargestSize}));
 }
 
 bool LX2FileDump::Impl::continuesFile(const Graphic& view) const {

@@ -30,7 +30,6 @@ uint32_t ForceLinear::prepare(const std::string& prefix, uint32_t format, uint32
     }
     if (!allocateTarget(linear, width, height)) {
         LX2_LOGE("[%s] Failed to allocate graphic buf for conversion !", prefix.c_str());
-        mTarget.reset();
         mPool.reset();
         return format;
     }
@@ -60,8 +59,7 @@ bool ForceLinear::allocateTarget(uint32_t format, uint32_t width, uint32_t heigh
     mPool->setUsage(kTargetUsage);
     mPool->setResolution(width, height);
     mPool->setFormat(format);
-    return mPool->allocate(&mTarget) == C2_OK && mTarget != nullptr &&
-           mTarget->type() == C2BufferData::GRAPHIC;
+    return mPool->allocate(&mTarget) == C2_OK;
 }
 
 }  // namespace lx2
