@@ -300,13 +300,10 @@ TEST_F(FileDumpTest, WritesTheRowsOfEachFormatWithoutPadding) {
     const auto tiles = NoisyFrame(PixFormat::MIREL_NV12_CMPX, 64, 48);
     tiles->graphic()->setAllocSize(5000);
     EXPECT_EQ(dumped(tiles).size(), 5000u);
-    const std::tuple<uint32_t, uint32_t, uint32_t, uint32_t> sizes[] = {
-        {PixFormat::MIREL_NV12_CMPX, 1920, 1088, 3153920},
-        {PixFormat::NV12, 512, 513, 512 * (1024 + 512)},
-        {PixFormat::NV12, 513, 1025, 1024 * (1536 + 768)},
-    };
-    for (const auto& [format, width, height, size] : sizes)
-        EXPECT_EQ(geometry::VideoCoreFrameSize<uint32_t>(format, width, height), size);
+    const auto size = geometry::VideoCoreFrameSize<uint32_t>;
+    EXPECT_EQ(size(PixFormat::MIREL_NV12_CMPX, 1920, 1088), 3153920u);
+    EXPECT_EQ(size(PixFormat::NV12, 512, 513), 512 * (1024 + 512u));
+    EXPECT_EQ(size(PixFormat::NV12, 513, 1025), 1024 * (1536 + 768u));
 }
 
 class ForceLinearTest : public FileDumpTest {

@@ -90,12 +90,10 @@ LX2_API void gbxReadSurface() {}
 LX2_API void gbxFlush() {}
 LX2_API void gbxWaitTimestamp() {}
 
-LX2_API void compute_fmt_aligned_width_and_height(int a, int b, int c, int d, int e, int f, int g,
-                                                  int h, int32_t* width, int32_t* height) {
-    std::vector<uint64_t> arguments;
-    for (const int argument : {a, b, c, d, e, f, g, h})
-        arguments.push_back(static_cast<uint32_t>(argument));
-    Note("Align", arguments);
+LX2_API void compute_fmt_aligned_width_and_height(uint32_t a, uint32_t b, uint32_t c, uint32_t d,
+                                                  uint32_t e, uint32_t f, uint32_t g, uint32_t h,
+                                                  int32_t* width, int32_t* height) {
+    Note("Align", {a, b, c, d, e, f, g, h});
     std::tie(*width, *height) = Recording().aligned;
 }
 
