@@ -40,9 +40,9 @@ class ColorEngineTest : public Fixture {
     }
 
     // One frame at addresses that nobody reads; the recording library gives GPU addresses n << 24.
-    static int32_t convert(Engine& engine, int dstFd = 6, uint32_t size = 1 << 20) {
-        return engine.convert(5, reinterpret_cast<uint8_t*>(0x10000), 64, size, dstFd,
-                              reinterpret_cast<uint8_t*>(0x20000), 32, size);
+    static int32_t convert(Engine& engine) {
+        return engine.convert(5, reinterpret_cast<uint8_t*>(0x10000), 64, 1 << 20, 6,
+                              reinterpret_cast<uint8_t*>(0x20000), 32, 1 << 20);
     }
 
     Library blitLibrary{dlopen("libGBX2.so", RTLD_NOW), dlclose};
@@ -245,10 +245,8 @@ TEST_F(ColorEngineTest, UnmapsWhatItMappedOnEveryFailure) {
         EXPECT_EQ(takeCalls(), std::accumulate(steps, steps + row.steps, std::string()) +
                                    unmappings[row.unmappings]);
         std::string texts;
-        for (const LogLine& line : log.take()) {
-            EXPECT_EQ(line, Error(kTag, line.text));
-            texts += line.text + "\n";
-        }
+        for (const LogLine& line : log.take())
+            texts += (line.priority == ANDROID_LOG_ERROR ? "" : "no error: ") + line.text + "\n";
         EXPECT_EQ(texts, row.texts);
         EXPECT_EQ(convert(engine), 0) << "a failed frame spoils no later one";
     }
@@ -334,7 +332,6 @@ TEST_F(ColorEngineTest, DebugLinesHaveTwoGates) {
     EXPECT_THAT(textsAt(0x00000001, frame(PixFormat::YV12, PixFormat::MIREL_NV12)),
                 ElementsAre("convert: using SW conversion for YV12 --> MIREL_NV12"));
     EXPECT_EQ(takeCalls(), "DestroySurface CreateSurface DestroySurface CreateSurface ");
-    EXPECT_THAT(textsAt(0x02000003, frame(PixFormat::NV12, PixFormat::I420)), IsEmpty());
 }
 
 // Guarded source and target of the software path, filled with noise.
