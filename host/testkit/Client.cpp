@@ -103,14 +103,14 @@ class Client::Listener : public C2Component::Listener {
         for (auto& work : works)
             take(std::move(work), true);
         mOutputs.clear();
-        mDrained = false;
+        mDrains = 0;
         if (mChecks)
             mChecks->restart();
     }
     // The last work that is out is the stream's end now.
     void endStream() {
         std::lock_guard<std::mutex> guard(mLock);
-        mDrained = true;
+        ++mDrains;
     }
 
     std::optional<Output> next(milliseconds limit) {
@@ -221,7 +221,7 @@ class Client::Listener : public C2Component::Listener {
     // END_OF_STREAM comes back with the work that had it, as its last output.
     void checkEnd(const Queued& queued, const Output& output) {
         const uint32_t kEnd = C2FrameData::FLAG_END_OF_STREAM;
-        const bool given = (queued.flags & kEnd) != 0 || mDrained;
+        const bool given = (queued.flags & kEnd) != 0 || mDrains > 0;
         const bool whole = (output.flags & C2FrameData::FLAG_INCOMPLETE) == 0;
         if ((output.flags & kEnd) != 0 && !given)
             failWork(output.frameIndex, "ends a stream that was not to end");
@@ -230,7 +230,7 @@ class Client::Listener : public C2Component::Listener {
             failWork(output.frameIndex, "came back without the end of the stream");
         if ((output.flags & kEnd) != 0) {
             mChecks->restart();
-            mDrained = mDrained && (queued.flags & kEnd) != 0;
+            mDrains -= (queued.flags & kEnd) == 0 && mDrains > 0 ? 1 : 0;
         }
     }
 
@@ -242,7 +242,7 @@ class Client::Listener : public C2Component::Listener {
     std::optional<OutputChecks> mChecks;
     std::vector<std::pair<uint64_t, std::weak_ptr<C2Buffer>>> mKept;
     bool mRunning = false;
-    bool mDrained = false;
+    size_t mDrains = 0;  // whose ends are still to come, as far as works are out
     c2_status_t mFatal = C2_OK;
     std::vector<std::string> mFailures, mWarnings;
 };
