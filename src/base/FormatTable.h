@@ -122,6 +122,19 @@ inline constexpr FormatRow kFormats[] = {
 };
 // clang-format on
 
+// A linear row is as wide as a component aligns it, and the blit library counts the same planes.
+constexpr bool RowsAgree() {
+    for (const FormatRow& row : kFormats) {
+        const LinearYuv& linear = row.linear;
+        if (linear.sampleBytes != 0 && row.aligned.width(1) != linear.widthUnit)
+            return false;
+        if (row.blitCode != 0 && blit::IsPlanar(row.blitCode) != linear.isPlanar())
+            return false;
+    }
+    return true;
+}
+static_assert(RowsAgree());
+
 inline constexpr FormatRow kUnknownFormat{0, "UNKNOWN"};
 
 constexpr const FormatRow& RowOf(uint32_t format) {
