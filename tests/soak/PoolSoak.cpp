@@ -1,0 +1,182 @@
+// A long life of the pools: one thread fetches buffers and holds them, another drops the holds, and
+// the surface offers some buffers again while they are held, so that they are parked and recycled.
+// Memory, descriptors and the time that a buffer costs must be the same at the end as at the start.
+// pool_soak [buffers]
+#include <C2PlatformSupport.h>
+#include <android/log.h>
+#include <lx2/LX2BufferPool.h>
+#include <lx2/PixFormat.h>
+#include <lx2host/GraphicPools.h>
+#include <lx2host/OpenResources.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <deque>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace lx2;
+
+constexpr size_t kSlots = 8;
+constexpr unsigned long long kWindows = 20, kFewest = 100000;
+
+// The ids of held buffers on their way from the thread that fetches to the one that drops.
+class Queue {
+  public:
+    void push(uint64_t id) {
+        std::lock_guard<std::mutex> guard(mLock);
+        mIds.push_back(id);
+        mChanged.notify_one();
+    }
+    uint64_t pop() {
+        std::unique_lock<std::mutex> lock(mLock);
+        mChanged.wait(lock, [this] { return !mIds.empty(); });
+        const uint64_t id = mIds.front();
+        mIds.pop_front();
+        return id;
+    }
+
+  private:
+    std::mutex mLock;
+    std::condition_variable mChanged;
+    std::deque<uint64_t> mIds;
+};
+
+// What the process has used and has open.
+struct Usage {
+    double seconds;  // of processor time
+    long pages;      // resident
+};
+
+Usage Now() {
+    timespec time;
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    long all = 0, resident = 0;
+    std::ifstream("/proc/self/statm") >> all >> resident;
+    return {static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9, resident};
+}
+
+bool Expect(bool holds, const char* what) {
+    if (!holds)
+        printf("FAIL  %s\n", what);
+    return holds;
+}
+
+class Soak {
+  public:
+    explicit Soak(uint64_t buffers) : mBuffers(buffers) {
+        mPool->configure(64, 64, PixFormat::MIREL_NV12, 0);
+        std::shared_ptr<C2BlockPool> linear;
+        android::GetCodec2BlockPool(C2BlockPool::BASIC_LINEAR, nullptr, &linear);
+        mLinear = std::make_unique<LX2LinearBufferPool>(std::move(linear), 0);
+    }
+
+    bool run() {
+        std::thread dropper([this] { drop(); });
+        for (uint64_t i = 0; i < mBuffers; ++i) {
+            if (i % (mBuffers / kWindows) == 0)
+                mUsage.push_back(Now());
+            fetch(i);
+        }
+        dropper.join();
+        mUsage.push_back(Now());
+        uint64_t held = 0, pending = 0;
+        mPool->counts(&held, nullptr);
+        mPool->dropAllReferences();  // lets the parked ones go
+        mPool->counts(nullptr, &pending);
+        return Expect(mFailures == 0, "every call succeeded") &
+               Expect(mParks >= mBuffers / 100, "buffers were parked") &
+               Expect(held + pending + mSurface->slotsOut() == 0, "every buffer is back") &
+               isFlat();
+    }
+
+  private:
+    void fetch(uint64_t id) {
+        std::shared_ptr<LX2Buffer> buffer;
+        if (id % 16 == 0) {
+            count(mLinear->allocate(&buffer));
+            return;
+        }
+        count(mPool->allocateWithin(&buffer, std::chrono::seconds(10)));
+        if (buffer == nullptr)
+            return;
+        const uint64_t bufferId = buffer->graphic()->id();
+        count(mPool->holdReference(id, std::move(buffer)));
+        // Parked, unless one is there to be recycled or the other thread was faster.
+        if (id % 8 == 1 && mSurface->offerAgain(bufferId))
+            mParks += mPool->allocate(&buffer) == C2_TIMED_OUT;
+        mQueue.push(id);
+    }
+
+    void drop() {
+        for (uint64_t i = 0; i < mBuffers; ++i) {
+            if (i % 16 != 0)
+                count(mPool->dropReference(mQueue.pop()));
+        }
+    }
+
+    void count(LX2Status status) { mFailures += status != C2_OK; }
+
+    // The middle of the windows after the first quarter, and of the last ones.
+    bool isFlat() const {
+        const auto cost = [this](size_t first) {
+            std::vector<double> costs;
+            for (size_t i = first; i < first + kWindows / 4; ++i)
+                costs.push_back(mUsage[i + 1].seconds - mUsage[i].seconds);
+            std::nth_element(costs.begin(), costs.begin() + kWindows / 8, costs.end());
+            return costs[kWindows / 8] * 1e6 * kWindows / static_cast<double>(mBuffers);
+        };
+        const auto memory = [this](size_t end) {
+            return mUsage[end].pages * sysconf(_SC_PAGESIZE) / 1024;
+        };
+        const double early = cost(kWindows / 4), late = cost(kWindows * 3 / 4);
+        printf("%llu buffers, %llu parked: %.2f us each, then %.2f us; %ld KiB, then %ld KiB\n",
+               static_cast<unsigned long long>(mBuffers),
+               static_cast<unsigned long long>(mParks.load()), early, late, memory(kWindows / 4),
+               memory(kWindows));
+        if (mBuffers < kFewest) {
+            printf("time and memory can't be judged by so few: %llu and more tell\n", kFewest);
+            return true;
+        }
+        return Expect(late <= early * 1.2, "a buffer costs the same time") &
+               Expect(memory(kWindows) <= memory(kWindows / 4) + 512, "memory is flat");
+    }
+
+    const uint64_t mBuffers;
+    const std::shared_ptr<host::SlotGraphicPool> mSurface =
+        std::make_shared<host::SlotGraphicPool>(kSlots);
+    const std::unique_ptr<LX2GraphicBufferPool> mPool = LX2GraphicBufferPool::Create(mSurface);
+    std::unique_ptr<LX2LinearBufferPool> mLinear;
+    Queue mQueue;
+    std::atomic<uint64_t> mFailures{0}, mParks{0};
+    std::vector<Usage> mUsage;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const uint64_t buffers = argc > 1 ? strtoull(argv[1], nullptr, 10) : 1000000;
+    if (buffers < kWindows) {
+        fprintf(stderr, "usage: pool_soak [buffers], %llu or more\n", kWindows);
+        return 2;
+    }
+    __android_log_set_minimum_priority(ANDROID_LOG_WARN);
+    const host::OpenResources before;
+    bool passed = Soak(buffers).run();
+    for (const std::string& open : before.leftOpen())
+        passed = Expect(false, ("left open: " + open).c_str());
+    puts(passed ? "pool soak: all good" : "pool soak: failed");
+    return passed ? 0 : 1;
+}
