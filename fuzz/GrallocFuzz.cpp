@@ -3,25 +3,47 @@
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2host/DmaBuf.h>
 #include <lx2host/Mapper.h>
+#include <sanitizer/lsan_interface.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <limits>
 
 #include "HandleMaker.h"
 
-// A handle with less than two descriptors leaves its unwrapped copy behind, as is wanted. The
-// second name is for when the compiler made the call at the end of the first a jump.
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:lx2::LX2GrallocBuffer::LX2GrallocBuffer\n";
-}
-
 namespace lx2::fuzz {
 namespace {
+
+// What is allocated in its life is left out of the search for leaks: a handle with less than two
+// descriptors leaves its unwrapped copy behind, as is wanted.
+class WantedLeak {
+  public:
+    explicit WantedLeak(const native_handle_t* handle)
+        : mWanted(handle != nullptr && handle->numFds < 2) {
+        if (mWanted)
+            __lsan_disable();
+    }
+    ~WantedLeak() {
+        if (mWanted)
+            __lsan_enable();
+    }
+
+  private:
+    const bool mWanted;
+};
 
 // One that is open for as long as the fuzzer runs, or none.
 int AnyDescriptor(Input* input) {
     static const int memory = host::AllocateDmaBuf(4096);
     return input->ConsumeBool() ? memory : -1;
+}
+
+// With the descriptors of the handle, not with copies of them, which nobody would close.
+HandleRecord Wrapped(const native_handle_t& handle) {
+    HandleRecord wrapped(android::WrapNativeCodec2GrallocHandle(&handle, 1, 2, 3, 4, 5));
+    for (int i = 0; wrapped != nullptr && i < wrapped->numFds; ++i)
+        close(std::exchange(wrapped->data[i], handle.data[i]));
+    return wrapped;
 }
 
 HandleRecord AnyHandle(Input* input) {
@@ -34,9 +56,7 @@ HandleRecord AnyHandle(Input* input) {
         handle->data[fds + i] = static_cast<int>(AnyNumber(input));
     if (fds + ints > 2 && input->ConsumeBool())
         handle->data[2] = static_cast<int>(host::kAllocatorMagic);
-    if (input->ConsumeBool())
-        handle.reset(android::WrapNativeCodec2GrallocHandle(handle.get(), 1, 2, 3, 4, 5));
-    return handle;
+    return input->ConsumeBool() ? Wrapped(*handle) : std::move(handle);
 }
 
 // The real handle with some integers that it never had.
@@ -57,7 +77,11 @@ HandleRecord Altered(Input* input, const native_handle_t& real) {
 
 // What the accessors say, as a buffer that could not be imported says it or as its record does.
 void Ask(const native_handle_t* handle) {
-    const auto buffer = LX2PlatformBuffer::Create(handle);
+    std::unique_ptr<LX2PlatformBuffer> buffer;
+    {
+        const WantedLeak leak(handle);
+        buffer = LX2PlatformBuffer::Create(handle);
+    }
     FUZZ_CHECK(buffer != nullptr);
     constexpr uint32_t kUnknown = std::numeric_limits<uint32_t>::max();
     const uint32_t format = buffer->format();
@@ -93,6 +117,7 @@ void Map(const std::shared_ptr<LX2Buffer>& buffer) {
 }
 
 void UseAsBuffer(std::shared_ptr<C2GraphicAllocation> real, HandleRecord handle) {
+    const WantedLeak leak(handle.get());
     const auto block = _C2BlockFactory::CreateGraphicBlock(
         std::make_shared<Disguised>(std::move(real), std::move(handle)));
     const auto buffer = std::make_shared<LX2Buffer>(block);
