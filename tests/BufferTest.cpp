@@ -229,8 +229,10 @@ TEST_F(BufferTest, RangeIsCheckedTrimmedAndLogged) {
 
 TEST_F(BufferTest, SharedBufferHasTheRangeOfTheMomentAndTheInfos) {
     buffer->linear()->setRange(100, 200);
-    buffer->addInfo(AnInfo(1));
+    const auto info = AnInfo(1);
+    buffer->addInfo(info);
     auto shared = buffer->getSharedBuffer();
+    EXPECT_THAT(shared->info(), ElementsAre(info)) << "the info itself";
     buffer->linear()->setRange(0, 1);
     buffer.reset();
     const C2ConstLinearBlock block = shared->data().linearBlocks().at(0);
@@ -246,9 +248,9 @@ TEST_F(BufferTest, SharedBufferHasTheRangeOfTheMomentAndTheInfos) {
     wrapped->addInfo(std::make_shared<Other>(0u, 2u));
     wrapped->addInfo(AnInfo(2));
     EXPECT_EQ(wrapped->getSharedBuffer(), shared);
-    wrapped->clearInfos();
     ASSERT_THAT(wrapped->infos(), SizeIs(1));
-    EXPECT_TRUE(*wrapped->infos()[0] == *AnInfo(1));
+    wrapped->clearInfos();
+    EXPECT_TRUE(*wrapped->infos().at(0) == *info);
     EXPECT_EQ(wrapped->linear()->share(), nullptr);
     auto mapping = wrapped->linear()->map();
     EXPECT_TRUE(mapping->isWritable());

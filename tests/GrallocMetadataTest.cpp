@@ -1,4 +1,6 @@
+#include <C2ParamInternal.h>
 #include <lx2/LX2GrallocBuffer.h>
+#include <lx2/LX2VendorParams.h>
 #include <lx2/PixFormat.h>
 #include <lx2host/Gralloc.h>
 
@@ -264,6 +266,24 @@ TEST_F(GrallocMetadataTest, WritesColorAsOneRecordAndPayloadsAsTheyAre) {
             lines.push_back({priority, kTag, std::string("Set metadata: ") + name + end});
         EXPECT_EQ(log.take(), lines);
     }
+    for (const auto& info : std::vector<std::shared_ptr<C2Info>>{aspects, hsi}) {
+        sets.clear();
+        EXPECT_EQ(buffer->setMetadata({info}), C2_OK);
+        ASSERT_EQ(sets.size(), 1u) << "either is enough";
+        EXPECT_EQ(sets[0].first, kColor);
+    }
+}
+
+TEST(VendorParamsTest, FieldsHaveNamesAndPlaces) {
+    std::string seen;
+    for (const auto& fields :
+         {C2AvTimestampStruct::FieldList(), C2CmpxStatisticsStruct::FieldList(),
+          C2KvaMetadataStruct::FieldList(), C2KvaRatesStruct::FieldList()})
+        for (const C2FieldDescriptor& field : fields)
+            seen += field.name() + "@" + std::to_string(_C2ParamInspector::GetOffset(field)) + " ";
+    EXPECT_EQ(seen,
+              "timestamp@8 header@0 tiles@8 payload-size@0 payload@4 flags@1028 further@1032 "
+              "capture-rate@0 kva-rate@4 ");
 }
 
 TEST_F(GrallocMetadataTest, CopyWritesTimeAndColorRecordAndListsTheRest) {

@@ -98,7 +98,7 @@ void SetMapperErrors(Error onImport, Error onFree) {
 
 namespace android::hardware::graphics::mapper::V3_0 {
 
-sp<IMapper> IMapper::getService(const std::string& serviceName, bool) {
+sp<IMapper> IMapper::getService(const std::string& serviceName, bool getStub) {
     std::function<lx2::host::MapperService()> provider;
     {
         std::lock_guard<std::mutex> guard(lx2::host::State().lock);
@@ -106,8 +106,8 @@ sp<IMapper> IMapper::getService(const std::string& serviceName, bool) {
     }
     if (provider)
         return provider();
-    if (serviceName != "default")
-        return nullptr;
+    if (serviceName != "default" || getStub)
+        return nullptr;  // there is one service, and no implementation without one
     return sp<IMapper>(new lx2::host::Mapper);
 }
 

@@ -53,11 +53,12 @@ class LX2_API LX2PlatformBuffer {
     virtual LX2Status getMetadata(const std::vector<C2Param::Type>& types,
                                   std::vector<std::unique_ptr<C2Param>>* out) = 0;
 
-    // Fetches all kinds that there are. Per-buffer information is appended to infos: HDR dynamic
-    // metadata, vision-processor metadata, statistics of the compressed layout. Parameters that
-    // update the stream's configuration are appended to configUpdates: color aspects, HDR static
-    // info (10-bit formats only), the vision processor's frame rates. Payloads are cut to the 1024
-    // bytes that their records hold. C2_OK when at least one kind was fetched; LX2_ERROR otherwise.
+    // Fetches every kind but the AV timestamp. Per-buffer information is appended to infos: HDR
+    // dynamic metadata, vision-processor metadata, statistics of the compressed layout. Parameters
+    // that update the stream's configuration are appended to configUpdates: color aspects, HDR
+    // static info (10-bit formats only), the vision processor's frame rates. Payloads are cut to
+    // the 1024 bytes that their records hold. C2_OK when at least one kind was fetched; LX2_ERROR
+    // otherwise.
     virtual LX2Status getMetadata(std::vector<std::unique_ptr<C2Param>>* infos,
                                   std::vector<std::unique_ptr<C2Param>>* configUpdates) = 0;
 
@@ -66,9 +67,9 @@ class LX2_API LX2PlatformBuffer {
     // are at least a word: a shorter one is written with zeros behind it. An aspects or HDR info
     // that is too short is ignored. What can't be written is logged. C2_OK, also then; LX2_ERROR
     // when there is no handle or no display-metadata library.
-    // Aspects that read back otherwise, for want of a value in the display's record: the transfer
-    // 170M with BT.709 or BT.2020 primaries and the BT.601 matrix without 625-line primaries as
-    // unspecified, and so does the limited range.
+    // Aspects that the display's record has no value of their own for, and that read back
+    // otherwise: the transfer 170M with BT.709 or BT.2020 primaries and the BT.601 matrix without
+    // 625-line primaries as unspecified, and so does the limited range.
     virtual LX2Status setMetadata(const std::vector<std::shared_ptr<C2Info>>& infos) = 0;
 };
 
@@ -152,7 +153,8 @@ class LX2_API LX2Mapper3Helper {
 
 // Converts between the color parameters of Codec 2.0 and the display stack's color record, and
 // names the record's values. Conversions give LX2_BAD_ARG when their output is null and C2_OK
-// otherwise; values that have no counterpart become unspecified ones.
+// otherwise; values that have no counterpart become unspecified ones, and an unknown range becomes
+// lxd::Range_Max (other).
 class LX2_API LX2GrallocMetadataTranslater {
   public:
     LX2GrallocMetadataTranslater() = delete;

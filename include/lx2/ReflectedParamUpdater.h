@@ -62,8 +62,8 @@ class LX2_API ReflectedParamUpdater {
 
     // Registers the fields of one structure, whose place in the parameter's body is offset (bytes),
     // under path. The reflector describes nested structures; without one they are left out. Fields
-    // that can't be addressed by a key (arrays, unknown types) are logged and left out. The first
-    // registration of a name wins.
+    // that can't be addressed by a key (arrays other than strings and blobs, unknown types) are
+    // logged and left out. The first registration of a name wins.
     void addParamStructDesc(std::shared_ptr<C2ParamDescriptor> desc, std::string path,
                             size_t offset, const C2StructDescriptor& structure,
                             const std::shared_ptr<C2ParamReflector>& reflector);

@@ -21,7 +21,7 @@ LX2Mapper3Helper* LX2Mapper3Helper::Get() {
 
 LX2Mapper3Helper::LX2Mapper3Helper()
     : mMapper(IMapper::getService("default", false)), mUsable(true) {
-    // The helper counts as usable also then: each call says that it failed.
+    // The helper counts as usable also then: each import is logged as failed, and frees do nothing.
     if (mMapper == nullptr)
         LX2_LOGE("Failed to get mapper service");
 }
