@@ -131,12 +131,12 @@ TEST_F(ColorMetadataTest, FixedPointReadsBackHalfAUnitLower) {
     lxd::ColorMetaData record{};
     const uint32_t display[] = {34000, 16000, 13250, 34500, 7500, 3000, 15635, 16450, ~0u, 500};
     memcpy(&record.masteringDisplay.red, display, sizeof(display));
-    record.contentLightLevel.maxContent = 16777219;  // no float
+    record.contentLightLevel.maxFrameAverage = 16777219;  // no float
     // Neither present flag is set: they don't count here.
     HsiIn hsi;
     EXPECT_EQ(Translater::convertMetaDataToHsi(record, &hsi), C2_OK);
     const float expected[] = {0.67999f, 0.31999f, 0.26499f,      0.68999f, 0.14999f, 0.05999f,
-                              0.31269f, 0.32899f, 4294967296.0f, 0.04995f, 16777218, -0.5f};
+                              0.31269f, 0.32899f, 4294967296.0f, 0.04995f, -0.5f,    16777218};
     EXPECT_EQ(memcmp(reinterpret_cast<const uint8_t*>(&hsi) + 8, expected, sizeof(expected)), 0);
 }
 

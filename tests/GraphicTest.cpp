@@ -334,10 +334,12 @@ TEST_F(GraphicViewTest, PlanesThatCannotBeWorkedOnAreEmpty) {
     auto* words = reinterpret_cast<uint32_t*>(const_cast<C2Handle*>(block->handle()));
     words[28 / 4] = 0x80000000;  // the stride
     words[40 / 4] = 0x80000001;  // the height: the product is a multiple of 2^64
-    LX2Buffer wide(block);
-    expectEmpty(wide, {"LX2Buffer::Graphic: planes of 18446744073709551615 bytes exceed the "
-                       "allocation of " +
-                       std::to_string(wide.graphic()->allocSize())});
+    words[76 / 4] = 0x40000000;  // the offset
+    const auto wide = std::make_shared<LX2Buffer>(block);
+    EXPECT_FALSE(wide->graphic()->bytes(wide->graphic()->map())) << "beyond the memory";
+    expectEmpty(*wide, {"LX2Buffer::Graphic: planes of 18446744073709551615 bytes exceed the "
+                        "allocation of " +
+                        std::to_string(wide->graphic()->allocSize())});
     small->graphic()->setAllocSize(1 << 30);
     log.take();
     EXPECT_FALSE(small->graphic()->mapPlanes());

@@ -336,8 +336,8 @@ TEST_F(ParamUpdaterTest, NothingIsWrittenOutsideTheParameter) {
     std::unique_ptr<C2Param> param = Param(kGlobal | 1, "abcdefg");
     const C2Param* object = param.get();
     const auto expectUntouched = [&](const Field& field, size_t base, size_t size) {
-        WriteField(&param, field, base, "wxyzwxyz", size);
-        EXPECT_EQ(param.get(), object);
+        EXPECT_EQ(WriteField(&param, field, base, "wxyzwxyz", size), C2_CORRUPTED);
+        ASSERT_EQ(param.get(), object);
         EXPECT_EQ(Body(*param), "abcdefg") << field.name() << " at " << base;
     };
     for (size_t base : {0x7FFFFFFFull - 8 - 3, 0x7FFFFFFFull, 0xFFFFFFFFull, ~0ull - 7, ~0ull})

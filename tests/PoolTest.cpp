@@ -294,9 +294,11 @@ TEST_F(GraphicPoolTest, WaitEndsWithABufferAnErrorTheLimitOrACancel) {
         return pool->allocateWithin(&buffer, limit, &canceled);
     };
     const std::deque<c2_status_t> busy(10000, C2_BLOCKING);
-    c2->offered = {block(memory), block(memory)};
+    c2->offered.assign(400, block(memory));
+    const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(wait(kLong, {}), C2_OK) << "asks again after each park";
-    EXPECT_EQ(c2->fetches.size(), 3u);
+    EXPECT_EQ(c2->fetches.size(), 401u);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 400 * 5ms) << "at once";
     EXPECT_EQ(wait(kLong, {C2_BLOCKING, C2_TIMED_OUT}), C2_OK) << "the C2 pool got one back";
     EXPECT_EQ(wait(kLong, {C2_BLOCKING, C2_NO_MEMORY}), C2_NO_MEMORY);
     for (int limit : {-1, 0, 20}) {
