@@ -104,7 +104,7 @@ TEST_F(ColorEngineTest, KnowsCodeStrideLumaAndFrameSizeOfEveryFormat) {
         {PixFormat::NV12, 0x98, 1919, 1081, 1920, 2075520, 3112960},
         {PixFormat::YV12, 0xAC, 32, 1000, 32, 32000, 49152},
         {PixFormat::YV12, 0xAC, 1919, 1081, 1920, 2075520, 3112960},
-        {PixFormat::I420, 0xAD, 32, 1000, 32, 32000, 49152},
+        {PixFormat::I420, 0xAD, 36, 1000, 48, 48000, 81920},
         {PixFormat::MIREL_NV12, 0x98, 0, 0, 0, 0, 0},
         {PixFormat::MIREL_NV12, 0x98, 1, 1, 512, 262144, 262144},
         {PixFormat::MIREL_NV12, 0x98, 1919, 1081, 2048, 3145728, 4718592},

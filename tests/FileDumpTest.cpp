@@ -215,6 +215,10 @@ TEST_F(FileDumpTest, WhatCannotBeMappedIsNotWritten) {
          {tooShort, empty,
           std::make_shared<LX2Buffer>(_C2BlockFactory::CreateLinearBlock(lying), 0)})
         EXPECT_EQ(fixedDump(kVp8)->write(buffer), LX2_ERROR);
+    const auto flat = GraphicBlock(64, 48, PixFormat::RGBA8888);
+    const_cast<C2Handle*>(flat->handle())->data[6] = 0;  // the width of the record
+    const auto framework = std::make_shared<LX2Buffer>(flat)->getSharedBuffer();
+    EXPECT_EQ(fixedDump(kVp8)->write(framework), LX2_ERROR);
     EXPECT_TRUE(ReadAll(path).empty());
 }
 
