@@ -359,7 +359,7 @@ TEST_F(GraphicViewTest, AlignsAsEachFormatRequires) {
         {{0x7FA30C09}, 1, 192, 1, 16},
         {{0x7FA30C09}, 4096, 4224, 0, 0},
         {{0x7FA30C09}, 0, 0, 0, 0},
-        {{0x7FA30C0A}, 129, 256, 1, 32},
+        {{0x7FA30C0A}, 128, 128, 1, 32},
     };
     for (const auto& row : rows)
         for (uint32_t format : row.formats) {
