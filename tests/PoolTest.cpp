@@ -451,41 +451,6 @@ TEST_F(GraphicPoolTest, HeldBuffersGoFirstWhenDroppedAndLastWithThePool) {
     EXPECT_EQ(watcher->gone.back(), held);
 }
 
-TEST_F(GraphicPoolTest, ReferencesComeAndGoOnOtherThreadsWhileOneAllocates) {
-    const auto slots = std::make_shared<host::SlotGraphicPool>(4);
-    pool = LX2GraphicBufferPool::Create(slots);
-    pool->setResolution(64, 64);
-    pool->setFormat(PixFormat::MIREL_NV12_CMPX);
-    std::atomic<bool> done{false};
-    std::shared_ptr<LX2Buffer> handed;
-    const auto user = [&](uint64_t id) {
-        while (!done) {
-            auto mine = std::atomic_exchange(&handed, std::shared_ptr<LX2Buffer>());
-            if (mine == nullptr)
-                continue;
-            EXPECT_EQ(pool->holdReference(id, mine), C2_OK);
-            slots->offerAgain(mine->graphic()->id());
-            mine.reset();
-            EXPECT_EQ(pool->dropReference(id), C2_OK);
-        }
-    };
-    std::thread users[] = {std::thread(user, 1), std::thread(user, 2)};
-    for (int i = 0; i < 2000; ++i) {
-        gC2LogLevel = i % 8;
-        counts();
-        pool->allocate(&buffer);
-        if (buffer != nullptr)
-            std::atomic_exchange(&handed, std::move(buffer));
-    }
-    done = true;
-    for (auto& thread : users)
-        thread.join();
-    handed.reset();
-    EXPECT_EQ(counts().first, 0u);
-    pool->dropAllReferences();
-    EXPECT_EQ(slots->slotsOut(), 0u);
-}
-
 TEST(PlatformPoolTest, APoolIsFoundByItsComponentAsLongAsSomebodyHoldsIt) {
     using Platform = android::C2PlatformAllocatorStore;
     // Nobody calls a component here: two that differ will do.

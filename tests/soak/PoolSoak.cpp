@@ -5,6 +5,7 @@
 #include <C2PlatformSupport.h>
 #include <android/log.h>
 #include <lx2/LX2BufferPool.h>
+#include <lx2/Log.h>
 #include <lx2/PixFormat.h>
 #include <lx2host/GraphicPools.h>
 #include <lx2host/OpenResources.h>
@@ -68,10 +69,13 @@ Usage Now() {
     return {static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9, resident};
 }
 
-bool Expect(bool holds, const char* what) {
-    if (!holds)
-        printf("FAIL  %s\n", what);
-    return holds;
+bool gPassed = true;
+
+void Expect(bool holds, const std::string& what) {
+    if (holds)
+        return;
+    gPassed = false;
+    printf("FAIL  %s\n", what.c_str());
 }
 
 class Soak {
@@ -83,7 +87,7 @@ class Soak {
         mLinear = std::make_unique<LX2LinearBufferPool>(std::move(linear), 0);
     }
 
-    bool run() {
+    void run() {
         std::thread dropper([this] { drop(); });
         for (uint64_t i = 0; i < mBuffers; ++i) {
             if (i % (mBuffers / kWindows) == 0)
@@ -96,14 +100,15 @@ class Soak {
         mPool->counts(&held, nullptr);
         mPool->dropAllReferences();  // lets the parked ones go
         mPool->counts(nullptr, &pending);
-        return Expect(mFailures == 0, "every call succeeded") &
-               Expect(mParks >= mBuffers / 100, "buffers were parked") &
-               Expect(held + pending + mSurface->slotsOut() == 0, "every buffer is back") &
-               isFlat();
+        Expect(mFailures == 0, "every call succeeded");
+        Expect(mParks >= mBuffers / 100, "buffers were parked");
+        Expect(held + pending + mSurface->slotsOut() == 0, "every buffer is back");
+        compareEnds();
     }
 
   private:
     void fetch(uint64_t id) {
+        gC2LogLevel = id % 2 * 0x02000000;  // as a client may at any time
         std::shared_ptr<LX2Buffer> buffer;
         if (id % 16 == 0) {
             count(mLinear->allocate(&buffer));
@@ -122,15 +127,19 @@ class Soak {
 
     void drop() {
         for (uint64_t i = 0; i < mBuffers; ++i) {
-            if (i % 16 != 0)
-                count(mPool->dropReference(mQueue.pop()));
+            if (i % 16 == 0)
+                continue;
+            uint64_t held = 0, pending = 0;
+            mPool->counts(&held, &pending);
+            mFailures += held > kSlots || pending > kSlots;
+            count(mPool->dropReference(mQueue.pop()));
         }
     }
 
     void count(LX2Status status) { mFailures += status != C2_OK; }
 
     // The middle of the windows after the first quarter, and of the last ones.
-    bool isFlat() const {
+    void compareEnds() const {
         const auto cost = [this](size_t first) {
             std::vector<double> costs;
             for (size_t i = first; i < first + kWindows / 4; ++i)
@@ -148,10 +157,10 @@ class Soak {
                memory(kWindows));
         if (mBuffers < kFewest) {
             printf("time and memory can't be judged by so few: %llu and more tell\n", kFewest);
-            return true;
+            return;
         }
-        return Expect(late <= early * 1.2, "a buffer costs the same time") &
-               Expect(memory(kWindows) <= memory(kWindows / 4) + 512, "memory is flat");
+        Expect(late <= early * 1.2, "a buffer costs the same time");
+        Expect(memory(kWindows) <= memory(kWindows / 4) + 512, "memory is flat");
     }
 
     const uint64_t mBuffers;
@@ -174,9 +183,9 @@ int main(int argc, char** argv) {
     }
     __android_log_set_minimum_priority(ANDROID_LOG_WARN);
     const host::OpenResources before;
-    bool passed = Soak(buffers).run();
+    Soak(buffers).run();
     for (const std::string& open : before.leftOpen())
-        passed = Expect(false, ("left open: " + open).c_str());
-    puts(passed ? "pool soak: all good" : "pool soak: failed");
-    return passed ? 0 : 1;
+        Expect(false, "left open: " + open);
+    puts(gPassed ? "pool soak: all good" : "pool soak: failed");
+    return gPassed ? 0 : 1;
 }
