@@ -1,9 +1,12 @@
+#define ATRACE_TAG ATRACE_TAG_VIDEO
 #include "Component.h"
 
 #include <C2Config.h>
 #include <C2PlatformSupport.h>
+#include <utils/Trace.h>
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace lx2::example {
@@ -41,6 +44,13 @@ void Fill(C2Work* work, Output* output, uint32_t flags) {
     work->workletsProcessed = 1;
     work->result = output->result;
     LetInputGo(work);
+}
+
+// Shows in the system's trace which component works on which frame.
+std::string TraceName(const C2ComponentInterface& component, const Input& input) {
+    return "process frame=" + std::to_string(input.ordinal.frameIndex.peekull()) +
+           " time=" + std::to_string(input.ordinal.timestamp.peekll()) +
+           " component=" + component.getName() + " id=" + std::to_string(component.getId());
 }
 
 }  // namespace
@@ -323,6 +333,7 @@ void Component::process(uint64_t key) {
         for (const auto& param : given.configUpdate)
             changes.push_back(param == nullptr ? nullptr : C2Param::Copy(*param));
     }
+    ATRACE_NAME(ATRACE_ENABLED() ? TraceName(*mSettings, input).c_str() : "");
     std::vector<C2Param*> params;
     for (const auto& change : changes)
         params.push_back(change.get());

@@ -1,6 +1,5 @@
 #include "Blitter.h"
 
-#include <Trace.h>
 #include <base/FrameGeometry.h>
 #include <fcntl.h>
 #include <lx2host/DmaBuf.h>
@@ -112,8 +111,7 @@ int32_t Blitter::map(int fd, void* cpu, size_t length, uint32_t flags, uint64_t*
     Mapping mapping;
     mapping.cpu = mapping.bytes = static_cast<uint8_t*>(cpu);
     mapping.length = length;
-    if (trace::IsOn())
-        mapping.track = trace::TrackOf(fd);
+    mapping.track = trace::TrackOf(fd);
     // Of a DMA-BUF its own memory alone; other descriptors stand for any memory of the process.
     if (IsDmaBuf(fd)) {
         mapping.memory = HardwareMemory::Of(fd);
@@ -187,7 +185,7 @@ int32_t Blitter::draw(uint32_t target, const blit::BlitObject* objects, uint32_t
     const auto destination = resolve(*to);
     if (!source || !destination)
         return kBlitBadAddress;
-    const trace::Blit traced(source->track, from->format, destination->track, to->format);
+    const auto traced = trace::Blit(source->track, destination->track);
     CopyFrame(source->memory, source->layout, destination->memory, destination->layout);
     return kBlitOk;
 }

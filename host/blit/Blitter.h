@@ -2,6 +2,7 @@
 // them. Safe to use from several threads, which take turns.
 #pragma once
 
+#include <Trace.h>
 #include <lx2device/BlitLibrary.h>
 #include <lx2host/FrameLayout.h>
 #include <lx2host/HardwareMemory.h>
@@ -44,13 +45,13 @@ class Blitter {
         uint8_t* bytes = nullptr;      // where the blitter has it
         size_t length = 0;
         std::shared_ptr<HardwareMemory> memory;  // of a DMA-BUF
-        uint32_t track = 0;                      // when it is traced
+        trace::Track* track = nullptr;           // when it is traced
     };
     // A surface's frame in mapped memory.
     struct Target {
         uint8_t* memory = nullptr;
         FrameLayout layout;
-        uint32_t track = 0;
+        trace::Track* track = nullptr;
     };
 
     const Surface* find(uint32_t id, uint32_t bits) const;

@@ -12,7 +12,7 @@ namespace {
 // The handle of a linear block: the memory's descriptor, the capacity's two words, a mark.
 class DmaBufAllocation : public LinearMemory {
   public:
-    explicit DmaBufAllocation(uint32_t capacity)
+    DmaBufAllocation(uint32_t capacity, const std::string& track)
         : LinearMemory(capacity), mHandle(native_handle_create(1, 3)) {
         if (mHandle == nullptr)
             return;
@@ -21,7 +21,7 @@ class DmaBufAllocation : public LinearMemory {
         mHandle->data[2] = 0;  // the capacity's upper half
         mHandle->data[3] = static_cast<int>(0xC2696F00);
         if (isValid())
-            mLife = trace::Begin(trace::Kind::Memory, mHandle->data[0], "linear", capacity);
+            mLife = trace::Allocated(mHandle->data[0], track.c_str(), 0, capacity, "linear");
     }
     ~DmaBufAllocation() override {
         if (isValid())
@@ -47,17 +47,17 @@ class LinearPool : public C2BlockPool {
 
     c2_status_t fetchLinearBlock(uint32_t capacity, C2MemoryUsage,
                                  std::shared_ptr<C2LinearBlock>* block) override {
-        auto allocation = std::make_shared<DmaBufAllocation>(capacity);
+        auto allocation = std::make_shared<DmaBufAllocation>(capacity, mTrack);
         block->reset();
         if (!allocation->isValid())
             return C2_NO_MEMORY;
-        *block = _C2BlockFactory::CreateLinearBlock(
-            trace::WhileOut<C2LinearAllocation>(std::move(allocation)));
+        *block = _C2BlockFactory::CreateLinearBlock(std::move(allocation));
         return C2_OK;
     }
 
   private:
     const local_id_t mId;
+    const std::string mTrack = "linear pool " + std::to_string(mId) + " buffer";
 };
 
 }  // namespace

@@ -56,8 +56,8 @@ const char* NameOf(uint64_t access) {
 void Count(SyncState* state, const Bracket& bracket, int fd, bool end) {
     Open& open = state->open[bracket];
     if (!end) {
-        if (trace::IsOn())
-            open.slices.push_back(trace::Begin(trace::Kind::Cpu, fd, NameOf(std::get<2>(bracket))));
+        if (auto slice = trace::Begin(trace::TrackOf(fd), "CPU", NameOf(std::get<2>(bracket))))
+            open.slices.push_back(std::move(slice));
         ++state->counts.starts;
         ++state->counts.open;
         ++open.count;

@@ -48,7 +48,8 @@ void CloseIfOpen(int fd) {
 }  // namespace
 
 std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t height,
-                                                     uint32_t format, uint64_t usage) {
+                                                     uint32_t format, uint64_t usage,
+                                                     const char* track) {
     const bool compressed = (usage & kUsageCompressed) != 0;
     const FrameAllocation frame = AllocationOf(LayoutFormatOf(format, compressed), width, height);
     if (width == 0 || height == 0 || frame.size == 0 ||
@@ -68,12 +69,12 @@ std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t he
     record.format = format;
     record.id = NextId();
     record.size = static_cast<uint32_t>(frame.size);
-    char what[100];
-    snprintf(what, sizeof(what), "graphic 0x%" PRIx64 " %s %ux%u", record.id,
+    char pixels[100], metadata[40];
+    snprintf(pixels, sizeof(pixels), "graphic 0x%" PRIx64 " %s %ux%u", record.id,
              PixFormat::Str(LayoutFormatOf(format, compressed)), width, height);
-    record.fd = AllocateDmaBuf(record.size, what);
-    snprintf(what, sizeof(what), "metadata of 0x%" PRIx64, record.id);
-    record.metadataFd = AllocateDmaBuf(kMetadataSize, what);
+    snprintf(metadata, sizeof(metadata), "metadata of 0x%" PRIx64, record.id);
+    record.fd = AllocateDmaBuf(record.size, pixels);
+    record.metadataFd = AllocateDmaBuf(kMetadataSize, metadata);
 
     OwnedHandle wrapped;
     if (record.fd >= 0 && record.metadataFd >= 0)
@@ -81,7 +82,7 @@ std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t he
                                                              usage, frame.stride));
     trace::Slice life;
     if (wrapped != nullptr)
-        life = trace::Begin(trace::Kind::Memory, record, "allocated", record.size);
+        life = trace::Allocated(record.fd, track, record.id, record.size, pixels);
     // The handle has descriptors of its own.
     CloseIfOpen(record.fd);
     CloseIfOpen(record.metadataFd);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -26,8 +27,9 @@ struct Geometry {
     }
 };
 
-std::shared_ptr<C2GraphicAllocation> Allocate(const Geometry& geometry) {
-    return AllocateGraphic(geometry.width, geometry.height, geometry.format, geometry.usage);
+std::shared_ptr<C2GraphicAllocation> Allocate(const Geometry& geometry, const std::string& track) {
+    return AllocateGraphic(geometry.width, geometry.height, geometry.format, geometry.usage,
+                           track.c_str());
 }
 
 class BasicGraphicPool : public C2BlockPool {
@@ -39,16 +41,18 @@ class BasicGraphicPool : public C2BlockPool {
     c2_status_t fetchGraphicBlock(uint32_t width, uint32_t height, uint32_t format,
                                   C2MemoryUsage usage,
                                   std::shared_ptr<C2GraphicBlock>* block) override {
-        auto allocation = trace::WhileOut(Allocate({width, height, format, usage.expected}));
+        auto allocation = Allocate({width, height, format, usage.expected}, mTrack);
         *block = allocation ? _C2BlockFactory::CreateGraphicBlock(allocation) : nullptr;
         return *block != nullptr ? C2_OK : C2_NO_MEMORY;
     }
 
   private:
     const local_id_t mId;
+    const std::string mTrack = "graphic pool " + std::to_string(mId) + " buffer";
 };
 
 struct Slot {
+    std::string track;
     std::shared_ptr<C2GraphicAllocation> allocation;
     Geometry geometry;
     size_t out = 0;  // blocks that hold the slot
@@ -62,9 +66,14 @@ std::shared_ptr<C2BlockPool> CreateBasicGraphicPool(C2BlockPool::local_id_t id) 
 
 // Outlives the pool in the leases of its blocks.
 struct SlotGraphicPool::State {
-    explicit State(size_t count) : slots(count) {}
+    explicit State(size_t count) : slots(count) {
+        for (size_t i = 0; i < count; ++i)
+            slots[i].track = name + " slot " + std::to_string(i);
+    }
 
     const C2BlockPool::local_id_t id = NewBlockPoolId();
+    const std::string name = "surface " + std::to_string(id);
+    const std::string fetch = "fetch from " + name;
     std::mutex lock;
     std::vector<Slot> slots;
     std::optional<size_t>
@@ -101,7 +110,8 @@ struct SlotGraphicPool::State {
             return std::nullopt;
         }
         if (!slot->allocation || !(slot->geometry == geometry)) {
-            slot->allocation = Allocate(geometry);
+            slot->allocation.reset();  // and with it the slot's track
+            slot->allocation = Allocate(geometry, slot->track);
             slot->geometry = geometry;
         }
         if (!slot->allocation) {
@@ -127,6 +137,7 @@ c2_status_t SlotGraphicPool::fetchGraphicBlock(uint32_t width, uint32_t height, 
                                                C2MemoryUsage usage,
                                                std::shared_ptr<C2GraphicBlock>* block) {
     block->reset();
+    const trace::Slice fetch = trace::OnThread(mState->fetch.c_str());
     // Whatever throws below, the lease brings its slot back, and finds the lock free.
     const auto lease = std::make_shared<State::Lease>(mState);
     std::shared_ptr<C2GraphicAllocation> allocation;
@@ -134,13 +145,15 @@ c2_status_t SlotGraphicPool::fetchGraphicBlock(uint32_t width, uint32_t height, 
         c2_status_t status = C2_OK;
         std::lock_guard<std::mutex> guard(mState->lock);
         lease->index = mState->pick({width, height, format, usage.expected}, &status);
-        if (!lease->index)
+        if (!lease->index) {
+            const trace::Slice refused = trace::OnThread("refused");
             return status;
+        }
         Slot& slot = mState->slots[*lease->index];
         ++slot.out;
         allocation = slot.allocation;
     }
-    lease->slice = trace::Begin(trace::Kind::Out, allocation->handle()->data[0], trace::kOut);
+    lease->slice = trace::Begin(trace::TrackOf(allocation->handle()->data[0]), "pool", "out");
     *block = _C2BlockFactory::CreateGraphicBlock(allocation, lease);
     return C2_OK;
 }

@@ -60,14 +60,14 @@ class Mapper : public IMapper {
         if (state.onImport != Error::NONE)
             return state.onImport;
         // Only the allocator's own records are let in.
-        const PrivateHandle* record = PrivateRecordOf(handle);
-        if (record == nullptr)
+        if (PrivateRecordOf(handle) == nullptr)
             return Error::BAD_BUFFER;
         OwnedHandle clone(native_handle_clone(handle));
         if (clone == nullptr)
             return Error::NO_RESOURCES;
         HardwareMemory::Hold(clone.get());
-        state.imports.emplace(clone.get(), trace::Begin(trace::Kind::Import, *record, "import"));
+        state.imports.emplace(clone.get(),
+                              trace::Begin(trace::TrackOf(clone->data[0]), "import", "import"));
         *imported = clone.release();
         return Error::NONE;
     }

@@ -1,248 +1,316 @@
-#include <PrivateRecord.h>
 #include <Trace.h>
-#include <fcntl.h>
-#include <lx2/PixFormat.h>
+#include <cutils/trace.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cinttypes>
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <mutex>
-#include <unordered_map>
+#include <new>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace lx2::host::trace {
 
-std::atomic<bool> gOn{false};
-
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-constexpr const char* kRowNames[kKinds] = {"memory", "pool", "import", "CPU", "blit"};
-
-// What is counted of the slices of a kind that are open.
-constexpr const char* kCounters[kKinds] = {"bytes", "buffers out", "imports", nullptr, nullptr};
-
-// Tracks are numbered as processes. These two come first.
-constexpr uint32_t kProgram = 1;
-constexpr uint32_t kOtherMemory = 2;
-
 struct Row {
-    uint32_t number;  // as a thread, unique in the file
+    uint32_t number;
     bool busy;
 };
 
 struct Track {
-    uint64_t id = 0;      // of the allocation
-    uint32_t format = 0;  // 0: not allocated here
-    std::array<std::vector<Row>, kKinds> rows;
+    uint32_t number;
+    bool busy;
+    std::map<std::string, Row> rows;
+    std::string content;  // the memory
+    ino_t inode;
+    uint32_t id;  // its lower half
 };
 
-struct State {
-    std::mutex lock;
-    const char* path = nullptr;
-    int file = -1;
-    Clock::time_point start = Clock::now();
-    bool first = true;
-    std::vector<Track> tracks;  // from number 1 on
-    std::unordered_map<ino_t, uint32_t> trackOf;
-    uint32_t lastRow = 0;
-    std::array<uint64_t, kKinds> open{};  // slices, of memory bytes
+struct OpenSlice {
+    uint32_t row;
+    std::vector<bool*> busy;  // until this ends
+    uint64_t bytes;           // of memory that is allocated until then
+    std::string event;        // name and arguments
+};
 
-    Track& at(uint32_t number) { return tracks[number - 1]; }
+namespace {
+
+constexpr uint32_t kStep = 1 << 12;  // of the numbers of tracks; rows are numbered in between
+
+struct State {
+    const char* path = getenv("LX2_TRACE");
+    FILE* file = path != nullptr && *path != '\0' ? fopen(path, "we") : nullptr;
+    const char* separator = "[";
+    std::recursive_mutex lock;  // a slice that can't be kept ends at once
+    std::map<std::string, Track> tracks;
+    Track* program = nullptr;
+    Track* other = nullptr;  // of memory that is not allocated here
+    uint64_t bytes = 0;      // allocated
+    std::multimap<std::pair<std::string, int32_t>, Slice> unnested;  // by name and cookie
 };
 
 // Made when the library is loaded, and left to those who end slices while the process goes down.
 State* gState = nullptr;
+std::atomic<bool> gOn{false};
 
-void GiveUp(const char* path) {
+void GiveUp() {
     gOn = false;
-    fprintf(stderr, "lx2host: LX2_TRACE=%s: %s; nothing more is traced\n", path, strerror(errno));
+    fprintf(stderr, "lx2host: LX2_TRACE=%s: %s; nothing more is traced\n", gState->path,
+            strerror(errno));
 }
 
-void WriteOut(State* state, const char* text, size_t size) {
-    while (size > 0) {
-        const ssize_t written = write(state->file, text, size);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return GiveUp(state->path);
-        text += written;
-        size -= static_cast<size_t>(written);
+double Now() {
+    static const auto start = std::chrono::steady_clock::now();
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start)
+        .count();
+}
+
+std::string Member(const std::string& key, const std::string& value) {
+    return '"' + key + "\":\"" + value + '"';
+}
+
+std::string Event(const std::string& name, const std::string& arguments) {
+    return Member("name", name) + ",\"args\":{" + arguments + "}";
+}
+
+void Write(char phase, uint32_t row, const std::string& event, double time = Now()) {
+    if (gOn && fprintf(gState->file, "%s\n{\"ph\":\"%c\",\"pid\":%u,\"tid\":%u,\"ts\":%.3f,%s}",
+                       std::exchange(gState->separator, ","), phase, row / kStep, row, time,
+                       event.c_str()) < 0)
+        GiveUp();
+}
+
+template <typename Number>
+void Count(const std::string& what, Number value) {
+    Write('C', kStep, Event(what, '"' + what + "\":" + std::to_string(value)));
+}
+
+// What JSON would take for more than text is replaced.
+std::string Plain(std::string text) {
+    const auto isOther = [](unsigned char c) { return c == '"' || c == '\\' || c < ' '; };
+    std::replace_if(text.begin(), text.end(), isOther, '_');
+    return text;
+}
+
+std::string ThreadName() {
+    char name[16] = "";
+    pthread_getname_np(pthread_self(), name, sizeof(name));
+    return Plain(name);
+}
+
+// The first lane of a kind that is free, which is busy from now on. event: names a new one.
+template <typename Lane>
+Lane* Take(std::map<std::string, Lane>* lanes, const std::string& kind, const char* event,
+           uint32_t base, uint32_t step) {
+    std::string name = kind;
+    for (uint32_t further = 2;; name = kind + ' ' + std::to_string(further++)) {
+        const auto [found, isNew] = lanes->try_emplace(name);
+        Lane& lane = found->second;
+        if (isNew) {
+            lane.number = base + step * static_cast<uint32_t>(lanes->size());
+            Write('M', lane.number, Event(event, Member("name", name)));
+        }
+        if (!std::exchange(lane.busy, true))
+            return &lane;
     }
 }
 
-// One event, the members of its object as printf takes them.
-__attribute__((format(printf, 2, 3))) void Write(State* state, const char* format, ...) {
-    if (!IsOn())
-        return;
-    char members[384];
-    char line[400];
-    va_list args;
-    va_start(args, format);
-    vsnprintf(members, sizeof(members), format, args);
-    va_end(args);
-    const int length =
-        snprintf(line, sizeof(line), "%s{%s}", state->first ? "[\n" : ",\n", members);
-    state->first = false;
-    WriteOut(state, line, static_cast<size_t>(length));
+Track* TakeTrack(const char* kind) {
+    return Take(&gState->tracks, Plain(kind), "process_name", 0, kStep);
 }
 
-double Microseconds(const State& state) {
-    return std::chrono::duration<double, std::micro>(Clock::now() - state.start).count();
+Row* TakeRow(Track* track, const std::string& kind) {
+    return Take(&track->rows, Plain(kind), "thread_name", track->number, 1);
 }
 
-void NameTrack(State* state, uint32_t number, const char* name) {
-    Write(state, R"("ph":"M","name":"process_name","pid":%u,"args":{"name":"%s"})", number, name);
-    Write(state, R"("ph":"M","name":"process_sort_index","pid":%u,"args":{"sort_index":%u})",
-          number, number);
-}
-
-// A free row, which is busy from now on; 0 when there is no memory for another.
-uint32_t TakeRow(State* state, uint32_t track, Kind kind) try {
-    std::vector<Row>& rows = state->at(track).rows[static_cast<size_t>(kind)];
-    auto row = std::find_if(rows.begin(), rows.end(), [](const Row& r) { return !r.busy; });
-    if (row == rows.end()) {
-        row = rows.insert(rows.end(), {state->lastRow + 1, false});
-        ++state->lastRow;
-        const size_t count = rows.size();
-        char further[24] = "";
-        if (count > 1)
-            snprintf(further, sizeof(further), " %zu", count);
-        Write(state, R"("ph":"M","name":"thread_name","pid":%u,"tid":%u,"args":{"name":"%s%s"})",
-              track, row->number, kRowNames[static_cast<size_t>(kind)], further);
+template <typename Value>
+Track* TrackWith(Value Track::*member, Value value) {
+    for (auto& [name, track] : gState->tracks) {
+        if (track.busy && track.*member == value)
+            return &track;
     }
-    row->busy = true;
-    return row->number;
-} catch (const std::bad_alloc&) {
-    return 0;
+    return gState->other;
 }
 
-void Count(State* state, Kind kind, uint64_t change, double now) {
-    const auto index = static_cast<size_t>(kind);
-    state->open[index] += change;
-    if (kCounters[index] != nullptr)
-        Write(state, R"("ph":"C","name":"%s","pid":%u,"ts":%.3f,"args":{"%s":%)" PRIu64 "}",
-              kCounters[index], kProgram, now, kCounters[index], state->open[index]);
-}
-
-void Start(const char* path) {
-    const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file < 0)
-        return GiveUp(path);
-    auto* state = new State;
-    state->path = path;
-    state->file = file;
-    state->tracks.resize(kOtherMemory);
-    gState = state;
-    gOn = true;
-    pthread_atfork(nullptr, nullptr, [] { gOn = false; });
-    char program[64];
-    snprintf(program, sizeof(program), "%s", program_invocation_short_name);
-    for (char* at = program; *at != '\0'; ++at) {
-        if (*at == '"' || *at == '\\' || static_cast<unsigned char>(*at) < ' ')
-            *at = '_';
+Slice Start(uint32_t row, std::vector<bool*> busy, const std::string& text, uint64_t bytes = 0) {
+    std::string name, arguments;
+    for (size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
+        end = text.find(' ', at);
+        const std::string word = text.substr(at, end - at);
+        const size_t equals = word.find('=');
+        if (equals == std::string::npos)
+            name += (name.empty() ? "" : " ") + word;
+        else
+            arguments += Member(word.substr(0, equals), word.substr(equals + 1)) + ',';
     }
-    NameTrack(state, kProgram, program);
-    NameTrack(state, kOtherMemory, "linear and other memory");
+    const std::string event =
+        Event(name, arguments + Member("thread", ThreadName() + ' ' + std::to_string(gettid())));
+    Slice started(new OpenSlice{row, std::move(busy), bytes, event});
+    Write('B', row, event);
+    return started;
 }
+
+// Runs an action on the state, when it is traced. Its caller expects no exception.
+template <typename Action>
+auto Locked(Action action) noexcept -> decltype(action()) {
+    using Result = decltype(action());
+    if (!gOn.load(std::memory_order_relaxed))
+        return Result();
+    try {
+        std::lock_guard<std::recursive_mutex> guard(gState->lock);
+        return action();
+    } catch (const std::bad_alloc&) {
+        return Result();
+    }
+}
+
+// What a thread does on its row.
+struct Thread {
+    uint32_t row = 0;
+    Slice whole;
+    std::vector<Slice> nested;
+};
+thread_local Thread tThread;
 
 __attribute__((constructor)) void StartIfAsked() {
-    const char* path = getenv("LX2_TRACE");
-    if (path != nullptr && *path != '\0')
-        Start(path);
+    gState = new State;
+    if (gState->path == nullptr || *gState->path == '\0')
+        return;
+    if (gState->file == nullptr)
+        return GiveUp();
+    setvbuf(gState->file, nullptr, _IONBF, 0);  // a program that crashes leaves all events
+    gOn = true;
+    pthread_atfork(nullptr, nullptr, [] { gOn = false; });
+    gState->program = TakeTrack(program_invocation_short_name);
+    gState->other = TakeTrack("other memory");
 }
 
 __attribute__((destructor)) void Finish() {
-    if (!IsOn())
-        return;
-    std::lock_guard<std::mutex> guard(gState->lock);
-    if (!gOn.exchange(false))
-        return;
-    WriteOut(gState, "\n]\n", 3);
-    close(gState->file);
-}
-
-const char* NameOf(State* state, uint32_t track, uint32_t format) {
-    const uint32_t allocated = state->at(track).format;
-    return PixFormat::Str(allocated != 0 ? allocated : format);
+    Locked([] {
+        gOn = false;
+        fprintf(gState->file, "\n]\n");
+        fclose(gState->file);
+    });
 }
 
 }  // namespace
 
-uint32_t TrackOf(int fd) noexcept {
-    struct stat info {};
-    if (fstat(fd, &info) != 0)
-        return kOtherMemory;
-    std::lock_guard<std::mutex> guard(gState->lock);
-    const auto found = gState->trackOf.find(info.st_ino);
-    return found != gState->trackOf.end() ? found->second : kOtherMemory;
+void EndSlice::operator()(OpenSlice* slice) const noexcept {
+    const std::unique_ptr<OpenSlice> ended(slice);
+    Locked([slice] {
+        Write('E', slice->row, slice->event);
+        for (bool* busy : slice->busy)
+            *busy = false;
+        if (slice->bytes > 0)
+            Count("bytes", gState->bytes -= slice->bytes);
+    });
 }
 
-uint32_t TrackOf(const PrivateHandle& record) noexcept try {
-    struct stat info {};
-    if (fstat(record.fd, &info) != 0)
-        return kOtherMemory;
-    std::lock_guard<std::mutex> guard(gState->lock);
-    uint32_t& track = gState->trackOf.try_emplace(info.st_ino, kOtherMemory).first->second;
-    if (gState->at(track).id == record.id)
-        return track;
-    Track fresh;
-    fresh.id = record.id;
-    fresh.format = LayoutFormatOf(record.format, (record.flags & kAllocatedCompressed) != 0);
-    gState->tracks.push_back(std::move(fresh));
-    track = static_cast<uint32_t>(gState->tracks.size());
-    char name[128];
-    snprintf(name, sizeof(name), "memory 0x%" PRIx64 " %s %ux%u, %u bytes", record.id,
-             PixFormat::Str(gState->at(track).format), record.width, record.height, record.size);
-    NameTrack(gState, track, name);
-    return track;
-} catch (const std::bad_alloc&) {
-    return kOtherMemory;
+Slice Allocated(int fd, const char* kind, uint64_t id, uint64_t bytes, const char* name) noexcept {
+    return Locked([&]() -> Slice {
+        struct stat info {};
+        if (fstat(fd, &info) != 0)
+            return nullptr;
+        Track* track = TakeTrack(kind);
+        track->content = Plain(name);
+        track->inode = info.st_ino;
+        track->id = static_cast<uint32_t>(id);
+        Row* row = TakeRow(track, "memory");
+        Count("bytes", gState->bytes += bytes);
+        return Start(row->number, {&row->busy, &track->busy},
+                     track->content + " inode=" + std::to_string(info.st_ino) +
+                         " bytes=" + std::to_string(bytes),
+                     bytes);
+    });
 }
 
-Slice::Slice(Kind kind, uint32_t track, const char* name, uint64_t bytes) noexcept
-    : mTrack(track), mBytes(bytes), mKind(kind) {
-    std::lock_guard<std::mutex> guard(gState->lock);
-    mRow = TakeRow(gState, track, kind);
-    if (mRow == 0)
-        return;
-    const double now = Microseconds(*gState);
-    Write(gState, R"("ph":"B","name":"%s","cat":"%s","pid":%u,"tid":%u,"ts":%.3f)", name,
-          kRowNames[static_cast<size_t>(kind)], track, mRow, now);
-    Count(gState, kind, kind == Kind::Memory ? bytes : 1, now);
+Track* TrackOf(int fd) noexcept {
+    return Locked([fd] {
+        struct stat info {};
+        return fstat(fd, &info) == 0 ? TrackWith(&Track::inode, info.st_ino) : gState->other;
+    });
 }
 
-void Slice::end() noexcept {
-    if (!IsOn())
-        return;
-    std::lock_guard<std::mutex> guard(gState->lock);
-    for (Row& row : gState->at(mTrack).rows[static_cast<size_t>(mKind)])
-        row.busy = row.busy && row.number != mRow;
-    const double now = Microseconds(*gState);
-    Write(gState, R"("ph":"E","pid":%u,"tid":%u,"ts":%.3f)", mTrack, mRow, now);
-    Count(gState, mKind, 0 - (mKind == Kind::Memory ? mBytes : 1), now);
+Slice Begin(Track* track, const char* row, const char* name) noexcept {
+    return Locked([&]() -> Slice {
+        if (track == nullptr)
+            return nullptr;
+        Row* taken = TakeRow(track, row);
+        return Start(taken->number, {&taken->busy}, Plain(name));
+    });
 }
 
-void Blit::begin(uint32_t fromTrack, uint32_t fromFormat, uint32_t toTrack,
-                 uint32_t toFormat) noexcept {
-    char name[64];
-    {
-        std::lock_guard<std::mutex> guard(gState->lock);
-        snprintf(name, sizeof(name), "%s to %s", NameOf(gState, fromTrack, fromFormat),
-                 NameOf(gState, toTrack, toFormat));
-    }
-    mFrom = Slice(Kind::Blit, fromTrack, name);
-    mTo = Slice(Kind::Blit, toTrack, name);
+std::pair<Slice, Slice> Blit(Track* from, Track* to) noexcept {
+    return Locked([&] {
+        if (from == nullptr || to == nullptr)
+            return std::pair<Slice, Slice>();
+        return std::pair(Begin(from, "blit", ("blit to " + to->content).c_str()),
+                         Begin(to, "blit", ("blit from " + from->content).c_str()));
+    });
+}
+
+Slice OnThread(const char* name) noexcept {
+    return Locked([&] {
+        if (tThread.row == 0) {
+            Row* row = TakeRow(gState->program, ThreadName());
+            tThread.row = row->number;
+            tThread.whole = Start(row->number, {&row->busy}, "thread");
+        }
+        return Start(tThread.row, {}, Plain(name));
+    });
 }
 
 }  // namespace lx2::host::trace
+
+// The platform's tracing. The dynamic linker finds these before libcutils's own, which do nothing
+// here, since this library is loaded before that one.
+extern "C" {
+
+using namespace lx2::host::trace;
+
+LX2_HOST_API uint64_t atrace_get_enabled_tags() {
+    return gOn ? ATRACE_TAG_VALID_MASK : ATRACE_TAG_NEVER;
+}
+
+LX2_HOST_API void atrace_begin_body(const char* name) {
+    Locked([&] { tThread.nested.push_back(OnThread(name)); });
+}
+
+LX2_HOST_API void atrace_end_body() {
+    if (!tThread.nested.empty())
+        tThread.nested.pop_back();
+}
+
+LX2_HOST_API void atrace_async_begin_body(const char* name, int32_t cookie) {
+    Locked([&] {
+        const std::string row(name, strcspn(name, " "));
+        Track* track = TrackWith(&Track::id, static_cast<uint32_t>(cookie));
+        gState->unnested.emplace(std::pair(name, cookie), Begin(track, row.c_str(), name));
+    });
+}
+
+LX2_HOST_API void atrace_async_end_body(const char* name, int32_t cookie) {
+    Locked([&] {
+        const auto found = gState->unnested.find({name, cookie});
+        if (found != gState->unnested.end())
+            gState->unnested.erase(found);
+    });
+}
+
+LX2_HOST_API void atrace_int_body(const char* name, int32_t value) {
+    Locked([&] { Count(Plain(name), value); });
+}
+
+LX2_HOST_API void atrace_int64_body(const char* name, int64_t value) {
+    Locked([&] { Count(Plain(name), value); });
+}
+
+}  // extern "C"

@@ -1,100 +1,47 @@
-// What happened to the memory: with LX2_TRACE=FILE in the environment the stand-ins write trace
-// events there, as JSON that Perfetto and chrome://tracing open.
+// What happened to the buffers and what waited: with LX2_TRACE=FILE in the environment the
+// stand-ins write trace events there, as JSON that Perfetto and speedscope open. What others trace
+// through <cutils/trace.h> goes there too.
 //
-// A memory with an allocation id is a track of its own, under a process id that is made up; all
-// other memory shares one. A track has a row for each kind of slice, and further ones for slices of
-// a kind that overlap, so that none ends another. A slice that nobody ends stays open in the file.
+// Tracks are numbered as processes. The program is one, with a row for each thread. Each memory has
+// a track while it is allocated; the next memory of its kind takes the first one that is free, so
+// there are never more tracks than there were buffers at once. A track has a row for each kind of
+// slice, and further rows where slices of a kind overlap.
 //
-// Off, all of this is one load and a branch. Nothing here throws; safe to use from several threads.
-// A child of fork() is not traced and leaves the file alone.
+// Words "key=value" in a slice's name become its arguments. Off, a call costs a load and a branch.
+// Nothing throws; safe to use from several threads. A child of fork() is not traced.
 #pragma once
 
-#include <lx2device/PrivateHandle.h>
-#include <lx2host/DmaBuf.h>
+#include <lx2host/Export.h>
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <utility>
 
 namespace lx2::host::trace {
 
-enum class Kind : uint8_t { Memory, Out, Import, Cpu, Blit };
-constexpr size_t kKinds = 5;
-
-constexpr const char* kOut = "out of the pool";
-
-LX2_HOST_API extern std::atomic<bool> gOn;
-inline bool IsOn() {
-    return gOn.load(std::memory_order_relaxed);
-}
-
-// The track of the memory behind a descriptor, or of a private handle, whose id and format it is
-// named after from then on. To be asked for when tracing is on.
-LX2_HOST_API uint32_t TrackOf(int fd) noexcept;
-LX2_HOST_API uint32_t TrackOf(const PrivateHandle& record) noexcept;
-
-// What goes on for as long as this lives.
-class LX2_HOST_API Slice {
-  public:
-    Slice() = default;
-    // bytes: what a memory adds to those that are allocated.
-    Slice(Kind kind, uint32_t track, const char* name, uint64_t bytes = 0) noexcept;
-    Slice(Slice&& other) noexcept { *this = std::move(other); }
-    Slice& operator=(Slice&& other) noexcept {
-        std::swap(mRow, other.mRow);
-        std::swap(mTrack, other.mTrack);
-        std::swap(mBytes, other.mBytes);
-        std::swap(mKind, other.mKind);
-        return *this;
-    }
-    ~Slice() {
-        if (mRow != 0)
-            end();
-    }
-
-  private:
-    void end() noexcept;
-
-    uint32_t mRow = 0;  // none: nothing goes on
-    uint32_t mTrack = 0;
-    uint64_t mBytes = 0;
-    Kind mKind = Kind::Memory;
+// What goes on until its owner lets it go. Null when tracing is off.
+struct OpenSlice;
+struct LX2_HOST_API EndSlice {
+    void operator()(OpenSlice* slice) const noexcept;
 };
+using Slice = std::unique_ptr<OpenSlice, EndSlice>;
 
-// A slice of the memory behind a descriptor or a private handle; empty when tracing is off.
-template <typename Memory>
-Slice Begin(Kind kind, const Memory& memory, const char* name, uint64_t bytes = 0) {
-    return IsOn() ? Slice(kind, TrackOf(memory), name, bytes) : Slice();
-}
+// The memory behind fd is allocated. kind names its track. The lower half of id is the cookie of
+// those who trace the buffer by the platform's means.
+LX2_HOST_API Slice Allocated(int fd, const char* kind, uint64_t id, uint64_t bytes,
+                             const char* name) noexcept;
 
-// A blit on the tracks of both memories, told by the formats that they were allocated in; by those
-// given where they were not allocated here.
-struct Blit {
-    Blit(uint32_t fromTrack, uint32_t fromFormat, uint32_t toTrack, uint32_t toFormat) noexcept {
-        if (IsOn())
-            begin(fromTrack, fromFormat, toTrack, toFormat);
-    }
+// The track of the memory behind a descriptor; null when tracing is off.
+struct Track;
+LX2_HOST_API Track* TrackOf(int fd) noexcept;
 
-  private:
-    LX2_HOST_API void begin(uint32_t fromTrack, uint32_t fromFormat, uint32_t toTrack,
-                            uint32_t toFormat) noexcept;
-    Slice mFrom;
-    Slice mTo;
-};
+// A slice on a row of a track.
+LX2_HOST_API Slice Begin(Track* track, const char* row, const char* name) noexcept;
 
-// The allocation of a block that a pool gives out, which is out for as long as the block lives.
-template <typename Allocation>
-std::shared_ptr<Allocation> WhileOut(std::shared_ptr<Allocation> allocation) {
-    if (!IsOn() || allocation == nullptr)
-        return allocation;
-    struct Out {
-        std::shared_ptr<Allocation> allocation;
-        Slice slice;
-    };
-    Slice slice = Begin(Kind::Out, allocation->handle()->data[0], kOut);
-    const auto out = std::make_shared<Out>(Out{std::move(allocation), std::move(slice)});
-    return {out, out->allocation.get()};
-}
+// One on the tracks of both memories.
+LX2_HOST_API std::pair<Slice, Slice> Blit(Track* from, Track* to) noexcept;
+
+// A slice on the calling thread's row.
+LX2_HOST_API Slice OnThread(const char* name) noexcept;
 
 }  // namespace lx2::host::trace

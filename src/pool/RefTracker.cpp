@@ -1,8 +1,11 @@
+#define ATRACE_TAG ATRACE_TAG_VIDEO
+#include <cutils/trace.h>
 #include <lx2/LX2GraphicBufferPoolImpl.h>
 #include <lx2/Log.h>
 
 #include <algorithm>
 #include <cinttypes>
+#include <cstdio>
 #include <utility>
 
 namespace lx2 {
@@ -10,6 +13,30 @@ namespace lx2 {
 constexpr LogModule kLog = kBufferLog;
 
 using RefTracker = LX2GraphicBufferPoolImpl::RefTracker;
+
+namespace {
+
+// What happens to a buffer is a slice in the system's trace. Its cookie is the lower half of the
+// buffer's platform id.
+constexpr char kParked[] = "parked", kAvailable[] = "recyclable";
+
+void TraceBegin(const char* what, uint64_t platformId) {
+    ATRACE_ASYNC_BEGIN(what, static_cast<int32_t>(platformId));
+}
+
+void TraceEnd(const char* what, uint64_t platformId) {
+    ATRACE_ASYNC_END(what, static_cast<int32_t>(platformId));
+}
+
+void TraceHold(void (*trace)(const char*, uint64_t), uint64_t id, uint64_t platformId) {
+    if (!ATRACE_ENABLED())
+        return;
+    char what[32];
+    snprintf(what, sizeof(what), "held id=%" PRIu64, id);
+    trace(what, platformId);
+}
+
+}  // namespace
 
 RefTracker::~RefTracker() {
     takeAll();
@@ -24,6 +51,7 @@ LX2Status RefTracker::holdReference(uint64_t id, std::shared_ptr<LX2Buffer> buff
     if (mHeld.count(id) != 0)
         return C2_CANNOT_DO;  // the buffer stays in the argument, which goes after the lock
     mHeld.emplace(id, Tracked{std::move(buffer), platformId});
+    TraceHold(TraceBegin, id, platformId);
     return C2_OK;
 }
 
@@ -35,11 +63,14 @@ LX2Status RefTracker::takeHeld(uint64_t id, Tracked* out) {
         return C2_CANNOT_DO;
     *out = std::move(held->second);
     mHeld.erase(held);
+    TraceHold(TraceEnd, id, out->platformId);
     const auto parked = std::find_if(
         mStashed.begin(), mStashed.end(),
         [out](const Tracked& candidate) { return candidate.platformId == out->platformId; });
     if (parked != mStashed.end()) {
         LX2_LOGT("REF: Released Ref for graphic buf with id : %" PRIu64, out->platformId);
+        TraceEnd(kParked, out->platformId);
+        TraceBegin(kAvailable, out->platformId);
         mAvailable.splice(mAvailable.end(), mStashed, parked);
     }
     return C2_OK;
@@ -70,7 +101,10 @@ uint64_t RefTracker::dropCount() const {
 
 bool RefTracker::waitForDrop(uint64_t seen, std::chrono::steady_clock::time_point until) {
     std::unique_lock<std::mutex> lock(mLock);
-    return mDropped.wait_until(lock, until, [&] { return mDrops != seen; });
+    ATRACE_BEGIN("wait for a buffer");
+    const bool dropped = mDropped.wait_until(lock, until, [&] { return mDrops != seen; });
+    ATRACE_END();
+    return dropped;
 }
 
 bool RefTracker::stashIfReferenced(const std::shared_ptr<LX2Buffer>& buffer) {
@@ -79,8 +113,10 @@ bool RefTracker::stashIfReferenced(const std::shared_ptr<LX2Buffer>& buffer) {
     const bool isHeld = std::any_of(mHeld.begin(), mHeld.end(), [platformId](const auto& entry) {
         return entry.second.platformId == platformId;
     });
-    if (isHeld)
+    if (isHeld) {
         mStashed.push_back({buffer, platformId});
+        TraceBegin(kParked, platformId);
+    }
     return isHeld;
 }
 
@@ -91,6 +127,7 @@ LX2Status RefTracker::getPreFetchedAndAvailable(std::shared_ptr<LX2Buffer>* out)
     std::lock_guard<std::mutex> guard(mLock);
     if (mAvailable.empty())
         return C2_NOT_FOUND;
+    TraceEnd(kAvailable, mAvailable.front().platformId);
     *out = std::move(mAvailable.front().buffer);
     mAvailable.pop_front();
     return C2_OK;
@@ -102,6 +139,12 @@ RefTracker::Contents RefTracker::takeAll() {
     all.held.swap(mHeld);
     all.stashed.swap(mStashed);
     all.available.swap(mAvailable);
+    for (const auto& [id, held] : all.held)
+        TraceHold(TraceEnd, id, held.platformId);
+    for (const Tracked& parked : all.stashed)
+        TraceEnd(kParked, parked.platformId);
+    for (const Tracked& available : all.available)
+        TraceEnd(kAvailable, available.platformId);
     return all;
 }
 

@@ -20,9 +20,10 @@ constexpr uint32_t kAllocatorMagic = 0x4C583247;
 
 // A buffer of zeroed pixels with a private handle, wrapped for Codec 2.0. format is a PixFormat
 // value or one of the allocator's own codes for the video core's NV12. Null for a format or size
-// that it can't lay out, or when memory is out.
-LX2_HOST_API std::shared_ptr<C2GraphicAllocation> AllocateGraphic(uint32_t width, uint32_t height,
-                                                                  uint32_t format, uint64_t usage);
+// that it can't lay out, or when memory is out. track: where LX2_TRACE shows the buffer.
+LX2_HOST_API std::shared_ptr<C2GraphicAllocation> AllocateGraphic(
+    uint32_t width, uint32_t height, uint32_t format, uint64_t usage,
+    const char* track = "graphic buffer");
 
 // The id in an allocation's private handle.
 LX2_HOST_API uint64_t BufferId(const C2Handle* handle);
