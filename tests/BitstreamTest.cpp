@@ -269,8 +269,10 @@ TEST_F(BitstreamTest, WalksUnitsUnderBothStartCodes) {
     };
     const auto places = [](const auto& units) {
         std::vector<Place> found;
-        for (const LX2NalUnit& unit : units)
+        for (auto it = units.begin(); it != units.end();) {
+            const LX2NalUnit unit = *it++;
             found.emplace_back(unit.offset, unit.size, unit.headerSize, unit.type);
+        }
         return found;
     };
     for (const Row& row : rows) {

@@ -111,6 +111,11 @@ class LX2NalUnits {
             measure();
             return *this;
         }
+        Iterator operator++(int) {
+            const Iterator before = *this;
+            ++*this;
+            return before;
+        }
 
       private:
         void measure() {
@@ -151,7 +156,8 @@ class LX2_API LX2AVCStreamParser {
     static LX2Status FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize);
     // The codec configuration that a buffer begins with, in bytes: the first unit, whatever it is,
     // and the headers that follow it without a gap, under start codes of either length. Never more
-    // than size. C2_OK; C2_NOT_FOUND, with 0, without a header among them; LX2_BAD_ARG for null.
+    // than size. Bytes before the first start code count. C2_OK; C2_NOT_FOUND, with 0, without a
+    // header among them; LX2_BAD_ARG for null.
     static LX2Status FindCodecConfig(const uint8_t* buf, uint32_t size, uint32_t* configSize);
     // The NAL type in the two bytes behind a start code: bits 0 to 4 of the first.
     static uint16_t ExtractNalType(uint16_t header);

@@ -32,7 +32,7 @@ LX2_API extern uint32_t gC2FileLogLevel;
 
 enum class LogGroup : uint32_t {
     Gralloc = 0x01000000,  // blit engine, gralloc buffer and metadata, reflected parameters
-    Buffer = 0x02000000,   // buffer model, pools, file dump, NAL scanner, color converter
+    Buffer = 0x02000000,   // buffer model, pools, file dump, stream parser, color converter
 };
 
 enum class LogDetail : uint32_t {

@@ -54,7 +54,8 @@ struct Vectors32 {
 // In any grid of byte pairs, a long code has a pair of zeros with a 0 or 1 behind it: 00 00|00 01
 // or x 00|00 00|01. With the grid laid from the second byte on, the pairs of four vectors answer
 // for exactly their positions. A stream's payload holds no such bytes (an encoder breaks them up
-// with 03). A short code is looked for byte by byte, which takes a load more.
+// with 03). A short code is looked for at each position, which takes
+// one more load.
 template <class Vectors, Test kIsCode>
 [[gnu::always_inline]] inline size_t SkipGroupsBy(const uint8_t* buf, size_t p, size_t end) {
     constexpr size_t kSize = sizeof(typename Vectors::Bytes);

@@ -87,10 +87,9 @@ LX2Status _FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize,
     uint32_t unitSize = 0;
     bool found = false;
     // A unit's length is the buffer's less four bytes a unit walked over, not what is left of the
-    // buffer. Components rely on that, and on the same four bytes as a bound of the walk, although
-    // the length always falls below that of a unit's header first.
+    // buffer. Components rely on that. It also ends the walk: a rest that is too short for a unit's
+    // header is no unit.
     uint32_t remaining = size;
-    uint32_t counter = sizeof(startcode::kLong);
     for (;;) {
         const size_t ownBytes = size - std::min(*headerSize, size);
         if (MeasureNAL(buf + *headerSize, remaining, ownBytes, &unitSize, &current, &next,
@@ -100,10 +99,9 @@ LX2Status _FindHeaders(const uint8_t* buf, uint32_t size, uint32_t* headerSize,
         LX2_LOGD("FindHeaders: found NAL [current=%s][size=%u][next=%s]", typeName(current),
                  unitSize, typeName(next));
         found = found || isHeader(current);
-        if (!isHeader(next) || counter >= size)
+        if (!isHeader(next))
             break;
         remaining -= sizeof(startcode::kLong);
-        counter += sizeof(startcode::kLong);
     }
     if (found)
         return C2_OK;
