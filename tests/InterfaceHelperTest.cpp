@@ -5,7 +5,6 @@
 #include <util/C2InterfaceHelper.h>
 
 #include <cstring>
-#include <thread>
 
 #include "Fixture.h"
 
@@ -25,12 +24,9 @@ namespace lx2::test {
 
 using ::testing::Each;
 
-constexpr char kTag[] = "C2InterfaceHelper";
-
 using Level = C2StreamParam<C2Tuning, C2Uint32Value, kOwn>::output;
 using Limit = C2StreamParam<C2Tuning, C2Uint32Value, kOwn + 1>::output;
 using Sum = C2StreamParam<C2Tuning, C2Uint32Value, kOwn + 2>::output;
-using Mode = C2PortParam<C2Setting, C2SimpleValueStruct<C2Config::picture_type_t>, kOwn + 3>::input;
 using Text = C2GlobalParam<C2Setting, C2StringValue, kOwn + 5>;
 using Bytes = C2GlobalParam<C2Setting, C2BlobValue, kOwn + 6>;
 using Numbers = C2GlobalParam<C2Setting, C2SimpleArrayStruct<int32_t>, kOwn + 7>;
@@ -58,18 +54,10 @@ C2R Add(bool, C2P<Sum>& me, const C2P<Level>& level, const C2P<Limit>& limit) {
     me.set().value = level.v.value + limit.v.value;
     return C2R::Ok();
 }
-C2R Refuse(bool, C2P<Mode>& me) {
-    if (me.F(me.v.value).supportsAtAll(me.v.value))
-        return C2R::Ok();
-    me.set().value = C2Config::I_FRAME;
-    return C2SettingResultBuilder::BadValue(me.F(me.v.value), true);
-}
-
 struct Interface : C2InterfaceHelper {
-    std::shared_ptr<Level> level, again;
-    std::shared_ptr<Limit> limit, none;
-    std::shared_ptr<Sum> sum, late;
-    std::shared_ptr<Mode> mode;
+    std::shared_ptr<Level> level;
+    std::shared_ptr<Limit> limit;
+    std::shared_ptr<Sum> sum;
     std::shared_ptr<Text> text;
     std::shared_ptr<Bytes> bytes;
     std::shared_ptr<Numbers> numbers;
@@ -83,10 +71,6 @@ struct Interface : C2InterfaceHelper {
                [&](auto& param) { param.hidden().withSetter(AtLeastTheLevel, level); });
         define(sum, new Sum(0u, 0), "sum",
                [&](auto& param) { param.internal().calculatedAs(Add, level, limit); });
-        define(mode, new Mode(C2Config::SYNC_FRAME), "mode", [&](auto& param) {
-            param.withFields({C2F(mode, value).flags({C2Config::SYNC_FRAME, C2Config::I_FRAME})})
-                .withSetter(Refuse);
-        });
         define(numbers, Numbers::AllocUnique(2).release(), "numbers", [&](auto& param) {
             param.withFields({C2F(numbers, m.values[0]).greaterThan(-4)})
                 .withSetter(Accept<Numbers>);
@@ -106,21 +90,13 @@ struct Interface : C2InterfaceHelper {
     void define(std::shared_ptr<P>& param, P* value, const char* name) {
         define(param, value, name, [](auto& builder) { builder.withSetter(Accept<P>); });
     }
-    void addWhatCannotBe() {
-        define<Limit>(none, nullptr, "none");
-        define(again, new Level(1u), "again", [](auto&) {});
-        define(again, new Level(0u), "twice");
-        define(late, new Sum(1u), "late",
-               [&](auto& param) { param.calculatedAs(Add, again, limit); });
-    }
-
     // The status, the failures, and what came of it.
     std::string set(std::vector<C2Param*> params, bool update = true) {
         Failures failures;
         std::string seen = std::to_string(config(params, C2_MAY_BLOCK, &failures, update));
         for (const auto& failure : failures)
             seen += "!" + std::to_string(failure->failure);
-        for (const uint32_t value : {level->value, limit->value, sum->value, uint32_t{mode->value}})
+        for (const uint32_t value : {level->value, limit->value, sum->value})
             seen += " " + std::to_string(value);
         return seen;
     }
@@ -136,104 +112,23 @@ struct InterfaceHelperTest : Fixture {
 };
 
 TEST_F(InterfaceHelperTest, ASettingIsCheckedByItsSetterAndFollowedByWhatDependsOnIt) {
-    EXPECT_EQ(interface.set({}), "0 10 10 20 1")
+    EXPECT_EQ(interface.set({}), "0 10 10 20")
         << "a dependent value is worked out when it is defined";
     Level level(0u, 30), odd(0u, 31), other(1u, 20);
-    EXPECT_EQ(interface.set({&level}), "0 30 30 60 1");
-    EXPECT_EQ(interface.set({&odd}), "0!5 30 30 60 1");
+    EXPECT_EQ(interface.set({&level}), "0 30 30 60");
+    EXPECT_EQ(interface.set({&odd}), "0!5 30 30 60");
     EXPECT_EQ(odd.value, 30u);
     Limit limit(0u, 40);
     Sum sum(0u, 7);
-    EXPECT_EQ(interface.set({&limit, &sum}), "0 30 40 70 1");
+    EXPECT_EQ(interface.set({&limit, &sum}), "0 30 40 70");
     EXPECT_EQ(sum.value, 70u) << "a calculated value can't be set";
-    Mode mode(C2Config::B_FRAME), both(C2Config::picture_type_t(3));
     level.value = 50;
-    EXPECT_EQ(interface.set({nullptr, &other, &mode, &level}), "22!8 50 50 100 2")
+    EXPECT_EQ(interface.set({nullptr, &other, &level}), "22 50 50 100")
         << "the first fault counts, and the rest is done";
-    EXPECT_EQ(interface.set({&other, nullptr}), "6 50 50 100 2");
-    EXPECT_TRUE(other) << "what is not known stays valid";
+    EXPECT_EQ(interface.set({&other, nullptr}), "6 50 50 100");
     level.value = 17;
-    EXPECT_EQ(interface.set({&both, &level}, false), "0!5 50 50 100 3");
+    EXPECT_EQ(interface.set({&level}, false), "0!5 50 50 100");
     EXPECT_EQ(level.value, 17u) << "without an update the caller's stays as it is";
-    uint32_t header[] = {8, Level::PARAM_TYPE};
-    EXPECT_EQ(interface.set({C2Param::From(header, 8)}), "22 50 50 100 3") << "too short";
-}
-
-TEST_F(InterfaceHelperTest, AQueryFillsWhatIsThereAndMarksTheRest) {
-    auto longer = Text::AllocShared(6);
-    strcpy(longer->m.value, "hello");
-    EXPECT_EQ(interface.set({longer.get()}), "0 10 10 20 1");
-    EXPECT_STREQ(interface.text->m.value, "hello");
-
-    Level level, other(1u);
-    const auto room = Text::AllocUnique(9), tight = Text::AllocUnique(5);
-    Params heap;
-    EXPECT_EQ(interface.query({tight.get(), &other, &level, room.get()},
-                              {Sum::PARAM_TYPE, Sum::PARAM_TYPE + 1, Text::PARAM_TYPE},
-                              C2_DONT_BLOCK, &heap),
-              C2_NO_MEMORY);
-    EXPECT_TRUE(!*tight && !other && level && *room);
-    EXPECT_EQ(level.value, 10u);
-    EXPECT_STREQ(room->m.value, "hello");
-    EXPECT_TRUE(heap.size() == 3 && *heap[0] == *interface.sum && heap[1] == nullptr &&
-                *heap[2] == *interface.text);
-    EXPECT_EQ(interface.query({nullptr, &level}, {}, C2_DONT_BLOCK, nullptr), C2_BAD_VALUE);
-    EXPECT_EQ(interface.query({}, {Sum::PARAM_TYPE}, C2_DONT_BLOCK, nullptr), C2_BAD_VALUE);
-}
-
-TEST_F(InterfaceHelperTest, ParametersAndTheirValuesAreListed) {
-    std::string seen;
-    for (const auto& each : interface.descriptors())
-        seen += each->name() + (each->isStrict() ? " strict" : "") +
-                (each->isReadOnly() ? " read-only" : "") + (each->isVisible() ? "" : " hidden") +
-                (each->isPublic() ? "" : " internal") + " " +
-                std::to_string(each->dependencies().size()) + ",";
-    EXPECT_EQ(seen,
-              "level strict 0,limit hidden 1,sum read-only internal 2,mode 0,numbers 0,text "
-              "0,bytes 0,view 0,view3 0,");
-    EXPECT_EQ(interface.querySupportedParams(nullptr), C2_BAD_VALUE);
-
-    Numbers& numbers = *interface.numbers;
-    View& view = *interface.view;
-    Level missing(7u);
-    std::vector<C2FieldSupportedValuesQuery> queries;
-    for (const C2ParamField& field : {C2ParamField(&numbers, &numbers.m.values[0]),
-                                      C2ParamField(interface.mode.get(), &interface.mode->value),
-                                      C2ParamField(interface.sum.get(), &Sum::value),
-                                      C2ParamField(&view), C2ParamField(&missing, &missing.value)})
-        queries.push_back(C2FieldSupportedValuesQuery::Possible(field));
-    EXPECT_EQ(interface.querySupportedValues(queries, C2_DONT_BLOCK), C2_OK);
-    seen.clear();
-    for (const auto& query : queries)
-        seen += std::to_string(query.status) + " " + std::to_string(query.values.type) + ",";
-    EXPECT_EQ(seen, "0 1,0 3,0 1,2 0,6 0,");
-    EXPECT_EQ(queries[0].values.range.min.i32, -3);
-    EXPECT_EQ(queries[2].values.range.max.u32, UINT32_MAX) << "any value, as none was named";
-
-    interface.addWhatCannotBe();
-    EXPECT_THAT(
-        log.take(),
-        ElementsAre(Error(kTag, "none is left out: it has no value"),
-                    Error(kTag, "again is left out: it has no setter"),
-                    Error(kTag, "twice is left out: it is defined already"),
-                    Error(kTag, "late is left out: it depends on what is not defined before it")));
-    EXPECT_EQ(interface.descriptors().size(), 9u);
-}
-
-TEST_F(InterfaceHelperTest, ThreadsSetAndReadAtATime) {
-    const auto work = [this] {
-        for (uint32_t i = 0; i < 300; ++i) {
-            Level level(0u, 10 + i % 9 * 5);
-            interface.config({&level}, C2_MAY_BLOCK, nullptr);
-            Limit limit;
-            Sum sum;
-            interface.query({&level, &limit, &sum}, {}, C2_MAY_BLOCK, nullptr);
-            ASSERT_EQ(sum.value, level.value + limit.value);
-        }
-    };
-    std::thread other(work);
-    work();
-    other.join();
 }
 
 // The way of a text: keys by descriptors and reflector, values by query and config.
@@ -248,7 +143,7 @@ TEST_F(InterfaceHelperTest, TextsReachTheParametersFromTheOutside) {
         keys += key + " ";
     EXPECT_EQ(keys,
               "vendor.bytes.value vendor.level.value vendor.limit.value "
-              "vendor.mode.value vendor.sum.value vendor.text.value vendor.view.angle "
+              "vendor.sum.value vendor.text.value vendor.view.angle "
               "vendor.view.label vendor.view.picture.height vendor.view.picture.width "
               "vendor.view3.angle vendor.view3.label vendor.view3.picture.height "
               "vendor.view3.picture.width ");
@@ -265,7 +160,7 @@ TEST_F(InterfaceHelperTest, TextsReachTheParametersFromTheOutside) {
     std::vector<C2Param*> pointers;
     for (const auto& param : params)
         pointers.push_back(param.get());
-    EXPECT_EQ(interface.set(pointers), "0 25 45 70 1");
+    EXPECT_EQ(interface.set(pointers), "0 25 45 70");
     EXPECT_STREQ(interface.text->m.value, "a longer text");
     EXPECT_EQ(interface.text->flexCount(), 14u);
     EXPECT_EQ(interface.view->picture.width, 8u);
