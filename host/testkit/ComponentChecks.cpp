@@ -24,9 +24,8 @@ using Unit = TestStream::Unit;
 
 constexpr uint32_t kEnd = C2FrameData::FLAG_END_OF_STREAM;
 constexpr size_t kSlots = 32;
-constexpr seconds kPatience{20};
 // The platform allows 500 ms for what a flush leaves behind; a loaded machine takes longer.
-constexpr seconds kFlushPatience{5};
+constexpr milliseconds kFlushPatience{5000};
 
 // The frame that a component with graphic input gets.
 std::shared_ptr<C2Buffer> PictureBuffer(uint32_t width, uint32_t height, uint32_t index) {
@@ -47,8 +46,8 @@ std::shared_ptr<C2Buffer> PictureBuffer(uint32_t width, uint32_t height, uint32_
 class Subject {
   public:
     Subject(const std::shared_ptr<ComponentLibrary>& library, const std::string& mediaType,
-            ComponentCheck* check)
-        : mCheck(check), mClient(library->createComponent()) {
+            milliseconds patience, ComponentCheck* check)
+        : mCheck(check), mPatience(patience), mClient(library->createComponent()) {
         if (!mediaType.empty()) {
             const auto type = C2PortMediaTypeSetting::input::AllocUnique(mediaType.size() + 1);
             memcpy(type->m.value, mediaType.c_str(), mediaType.size() + 1);
@@ -61,6 +60,9 @@ class Subject {
     }
     ~Subject() {
         mClient.stop();
+        const auto isKept = [](const auto& output) { return !output.expired(); };
+        if (std::any_of(mOutputs.begin(), mOutputs.end(), isKept))
+            fail("an output buffer is kept after the stop");
         expect("stop and release", mClient.release() != C2_BAD_STATE);
         for (const std::string& failure : mClient.failures())
             fail(failure);
@@ -101,7 +103,7 @@ class Subject {
         }
         // What is behind the last frame has its time.
         expect("queue", mClient.queue(std::move(input)), C2_OK);
-        while (mClient.pending() > kSlots && collect(kPatience)) {
+        while (mClient.pending() > kSlots && collect(mPatience)) {
         }
     }
     void queue(const std::vector<Unit>& units, size_t from, size_t to, uint32_t lastFlags = 0) {
@@ -115,8 +117,10 @@ class Subject {
         const auto output = mClient.next(patience);
         if (!output)
             return false;
-        if (output->buffer != nullptr)
+        if (output->buffer != nullptr) {
             ++frames;
+            mOutputs.emplace_back(output->buffer);
+        }
         if (output->result != C2_OK)
             fail("work " + std::to_string(output->frameIndex) + " failed with " +
                  std::to_string(output->result));
@@ -125,7 +129,8 @@ class Subject {
         return true;
     }
     // Takes all outputs that come; all works have to.
-    void finish(milliseconds patience = kPatience) {
+    void finish() { finish(mPatience); }
+    void finish(milliseconds patience) {
         while (collect(patience)) {
         }
         if (mClient.pending() != 0)
@@ -135,7 +140,7 @@ class Subject {
     }
     void flush() {
         expect("flush", mClient.flush(), C2_OK);
-        finish(kFlushPatience);
+        finish(std::min(mPatience, kFlushPatience));
     }
     void setSize(uint32_t width, uint32_t height) {
         mWidth = width;
@@ -149,18 +154,21 @@ class Subject {
 
   private:
     ComponentCheck* const mCheck;
+    const milliseconds mPatience;
     Client mClient;
     bool mTakesPictures = false;
     uint32_t mWidth = 320, mHeight = 240;
     uint32_t mPictures = 0;
+    std::vector<std::weak_ptr<C2Buffer>> mOutputs;
     uint64_t mNextTime = 0;
     uint64_t mBase = 0;
 };
 
 class Checks {
   public:
-    Checks(const std::shared_ptr<ComponentLibrary>& library, const std::vector<TestStream>& streams)
-        : mLibrary(library), mStreams(streams) {
+    Checks(const std::shared_ptr<ComponentLibrary>& library, const std::vector<TestStream>& streams,
+           milliseconds patience)
+        : mLibrary(library), mStreams(streams), mPatience(patience) {
         if (!streams.empty())
             mUnits = streams.front().units;
         else
@@ -212,6 +220,7 @@ class Checks {
 
     const std::shared_ptr<ComponentLibrary> mLibrary;
     const std::vector<TestStream> mStreams;
+    const milliseconds mPatience;
     std::vector<Unit> mUnits;
     std::string mMediaType;
     std::optional<uint64_t> mFrames;  // of the whole stream, once it was run
@@ -463,7 +472,7 @@ void Checks::stopWithWork(Subject& subject) {
 std::vector<ComponentCheck> Checks::run(const std::function<void(const ComponentCheck&)>& done) {
     std::vector<ComponentCheck> results;
     ComponentCheck probe;
-    const bool pictures = Subject(mLibrary, mMediaType, &probe).takesPictures();
+    const bool pictures = Subject(mLibrary, mMediaType, mPatience, &probe).takesPictures();
     for (const Row& row : kRows) {
         const bool possible = row.needs == Row::kNothing ||
                               (row.needs == Row::kPictures && pictures) ||
@@ -475,7 +484,7 @@ std::vector<ComponentCheck> Checks::run(const std::function<void(const Component
         result.name = row.name;
         const OpenResources before;
         {
-            Subject subject(mLibrary, mMediaType, &result);
+            Subject subject(mLibrary, mMediaType, mPatience, &result);
             (this->*row.check)(subject);
         }
         for (const std::string& left : before.leftOpen())
@@ -491,8 +500,9 @@ std::vector<ComponentCheck> Checks::run(const std::function<void(const Component
 
 std::vector<ComponentCheck> CheckComponent(const std::shared_ptr<ComponentLibrary>& library,
                                            const std::vector<TestStream>& streams,
-                                           const std::function<void(const ComponentCheck&)>& done) {
-    return Checks(library, streams).run(done);
+                                           const std::function<void(const ComponentCheck&)>& done,
+                                           milliseconds patience) {
+    return Checks(library, streams, patience).run(done);
 }
 
 }  // namespace lx2::host

@@ -7,6 +7,7 @@
 
 #include <lx2host/ComponentLoader.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -35,9 +36,10 @@ struct ComponentCheck {
 
 // Runs all checks, each with a component of its own, and calls done after each. streams: of one
 // media type; checks that need one are left out without. A component with graphic input, an encoder
-// or a filter, is given made-up pictures.
+// or a filter, is given made-up pictures. patience: a work that takes longer counts as lost.
 std::vector<ComponentCheck> CheckComponent(
     const std::shared_ptr<ComponentLibrary>& library, const std::vector<TestStream>& streams,
-    const std::function<void(const ComponentCheck&)>& done = {});
+    const std::function<void(const ComponentCheck&)>& done = {},
+    std::chrono::milliseconds patience = std::chrono::seconds(20));
 
 }  // namespace lx2::host
