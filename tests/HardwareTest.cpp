@@ -85,25 +85,6 @@ TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
     }
 }
 
-TEST(VideoCoreTest, KeepsOneMappingWhileAnyoneHoldsTheMemory) {
-    const host::Frame frame = host::TestFrame(200, 130, 10, 3);
-    for (const uint32_t format : {PixFormat::MIREL_TP10, PixFormat::MIREL_P010}) {
-        const auto block = GraphicBlock(200, 130, format);
-        auto buffer = std::make_shared<LX2Buffer>(block);
-        const int fd = block->handle()->data[0];
-        EXPECT_TRUE(host::WriteFrame(buffer->graphic()->fd(), 0, format, frame.view()));
-        const auto* data = host::HardwareMemory::Of(fd)->data();
-        buffer.reset();
-        EXPECT_EQ(host::HardwareMemory::Of(fd)->data(), data);
-        const auto read = host::ReadFrame(fd, 0, format, 200, 130);
-        EXPECT_TRUE(read && *read == frame);
-        EXPECT_FALSE(host::ReadFrame(fd, 1 << 16, format, 200, 130)) << "the end";
-    }
-    std::ifstream maps("/proc/self/maps");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(maps), {}).find("lx2-dmabuf"),
-              std::string::npos);
-}
-
 TEST(OpenResourcesTest, TellsWhatIsOpenAndWhoMadeIt) {
     const host::OpenResources before;
     const auto buffer = GraphicBuffer(64, 48, PixFormat::NV12);
@@ -119,36 +100,6 @@ TEST(OpenResourcesTest, TellsWhatIsOpenAndWhoMadeIt) {
                     "1 imported handles", "1 cache brackets"));
     EXPECT_THAT(before.leftOpen()[0], HasSubstr(" is /dev/null"));
     fclose(file);
-}
-
-TEST(DisplayMetadataTest, KeepsEachKindApartForEveryImport) {
-    const std::pair<int, size_t> kinds[] = {{1, 8},   {2, 2804}, {4, 4},
-                                            {64, 36}, {256, 4},  {0x10000, 1072}};
-    const auto allocation = host::AllocateGraphic(64, 64, PixFormat::NV12, 0);
-    const auto other = host::AllocateGraphic(64, 64, PixFormat::NV12, 0);
-    native_handle_t* handle = android::UnwrapNativeCodec2GrallocHandle(allocation->handle());
-    native_handle_t* unset = android::UnwrapNativeCodec2GrallocHandle(other->handle());
-    std::vector<uint8_t> data(4096);
-    for (const auto& [type, size] : kinds) {
-        EXPECT_EQ(getMetaDataAndUnmap(handle, type, data.data()), -ENODATA) << type;
-        std::vector<uint8_t> value(size, static_cast<uint8_t>(size + 1));
-        EXPECT_EQ(setMetaDataAndUnmap(handle, type, value.data()), 0) << type;
-    }
-    for (const auto& [type, size] : kinds) {
-        EXPECT_EQ(getMetaDataAndUnmap(unset, type, data.data()), -ENODATA) << type;
-        std::vector<uint8_t> expected(size, static_cast<uint8_t>(size + 1));
-        expected.resize(4096);
-        data.assign(4096, 0);
-        EXPECT_EQ(getMetaDataAndUnmap(handle, type, data.data()), 0) << type;
-        EXPECT_EQ(data, expected) << type;
-    }
-    EXPECT_EQ(setMetaDataAndUnmap(handle, 3, data.data()), -EINVAL);
-    EXPECT_EQ(getMetaDataAndUnmap(handle, 2, nullptr), -EINVAL);
-    EXPECT_EQ(getMetaDataAndUnmap(nullptr, 2, data.data()), -EINVAL);
-    handle->numInts--;  // a handle of another allocator
-    EXPECT_EQ(getMetaDataAndUnmap(handle, 2, data.data()), -EINVAL);
-    native_handle_delete(handle);
-    native_handle_delete(unset);
 }
 
 class BlitterTest : public ::testing::Test {
@@ -168,48 +119,6 @@ class BlitterTest : public ::testing::Test {
     std::vector<uint8_t> target = std::vector<uint8_t>(8192, 2);
     uint64_t sourceGpu = 0, targetGpu = 0;
 };
-
-TEST_F(BlitterTest, RefusesWhatDoesNotFitAndWritesNothing) {
-    struct Request {
-        blit::SurfaceDef from, to;
-        uint32_t object = 0, createType = blit::kCreateYuv;
-    };
-    const std::pair<const char*, std::function<void(Request&)>> rows[] = {
-        {"pixels before the mapping", [](Request& r) { r.from.planes[0].cpu -= 1; }},
-        {"luma that reaches beyond it", [](Request& r) { r.to.planes[0].stride = 1024; }},
-        {"planes that the GPU sees elsewhere", [](Request& r) { r.from.planes[1].gpu += 64; }},
-        {"rows longer than their stride", [](Request& r) { r.from.planes[0].stride = 63; }},
-        {"an address that wraps", [](Request& r) { r.to.planes[1].cpu = ~uint64_t{0}; }},
-        {"a size beyond all bounds", [](Request& r) { r.from.height = r.to.height = 1u << 31; }},
-        {"scaling", [](Request& r) { r.to.height = 32; }},
-        {"an unknown surface", [](Request& r) { r.object = 100; }},
-        {"an RGB record for YUV", [](Request& r) { r.createType = blit::kCreateRgb; }},
-    };
-    const auto run = [&](const std::function<void(Request&)>& tamper) {
-        Request request{def(source, sourceGpu), def(target, targetGpu)};
-        tamper(request);
-        uint32_t from = 0, to = 0;
-        int32_t status = blit.createSurface(&from, 1, blit::kCreateYuv, &request.from) +
-                         blit.createSurface(&to, 2, request.createType, &request.to);
-        blit::BlitObject object{};
-        object.sourceSurface = from + request.object;
-        object.configuration = blit::kConfigurationMask;
-        object.source = {0, 0, blit::ToFixed(request.from.width),
-                         blit::ToFixed(request.from.height)};
-        object.target = {0, 0, blit::ToFixed(request.to.width), blit::ToFixed(request.to.height)};
-        if (status == 0)
-            status = blit.draw(to, &object, 1);
-        blit.destroySurface(from);
-        blit.destroySurface(to);
-        return status;
-    };
-    for (const auto& [what, tamper] : rows) {
-        EXPECT_NE(run(tamper), 0) << what;
-        EXPECT_EQ(std::count(target.begin(), target.end(), 2), 8192) << what;
-    }
-    EXPECT_EQ(run([](Request&) {}), 0);
-    EXPECT_EQ(std::count(target.begin(), target.end(), 1), 6144);
-}
 
 // A sanitizer's own page faults would count.
 __attribute__((no_sanitize("address", "thread"))) void Touch(volatile uint8_t* bytes, size_t size) {
@@ -243,23 +152,6 @@ TEST(DmaBufTest, MapsWholePagesInPlaceAndNothingElse) {
     EXPECT_EQ(bytes[0], 1);
     EXPECT_DEATH(bytes[0] = 2, "");
     munmap(const_cast<uint8_t*>(bytes), kPages * kPage);
-    close(fd);
-}
-
-TEST_F(BlitterTest, TakesOnlyMemoryThatIsThere) {
-    uint64_t gpu = 0;
-    const int fd = host::AllocateDmaBuf(8192);
-    auto* shared = static_cast<uint8_t*>(mmap(nullptr, 8192, PROT_READ, MAP_SHARED, fd, 0));
-    EXPECT_EQ(blit.map(fd, shared + 100, 8192 - 100, 3, &gpu), 0);
-    EXPECT_EQ(blit.unmap(gpu), 0);
-    EXPECT_NE(blit.unmap(gpu), 0);
-    EXPECT_NE(blit.map(fd, shared + 100, 8192 - 99, 3, &gpu), 0);
-    EXPECT_NE(blit.map(fd, source.data(), 100, 3, &gpu), 0) << "another's memory";
-    EXPECT_NE(blit.map(-1, shared, 4096, 3, &gpu), 0);
-    munmap(shared + 4096, 4096);
-    EXPECT_NE(blit.map(fd, shared, 8192, 3, &gpu), 0) << "no longer mapped";
-    EXPECT_NE(blit.map(0, shared, 8192, 3, &gpu), 0);
-    munmap(shared, 4096);
     close(fd);
 }
 

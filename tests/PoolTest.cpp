@@ -1,9 +1,7 @@
-#include <C2PlatformSupport.h>
 #include <lx2/LX2BufferPool.h>
 #include <lx2/LX2GrallocBuffer.h>
 #include <lx2/LX2GraphicBufferPoolImpl.h>
 #include <lx2/PixFormat.h>
-#include <lx2host/BlockPools.h>
 #include <lx2host/GraphicPools.h>
 
 #include <algorithm>
@@ -449,51 +447,6 @@ TEST_F(GraphicPoolTest, HeldBuffersGoFirstWhenDroppedAndLastWithThePool) {
     pool.reset();
     EXPECT_EQ(watcher->gone.size(), 3u);
     EXPECT_EQ(watcher->gone.back(), held);
-}
-
-TEST(PlatformPoolTest, APoolIsFoundByItsComponentAsLongAsSomebodyHoldsIt) {
-    using Platform = android::C2PlatformAllocatorStore;
-    // Nobody calls a component here: two that differ will do.
-    int names[2];
-    const auto component = [&](int i) {
-        return std::shared_ptr<const C2Component>(std::make_shared<int>(),
-                                                  reinterpret_cast<C2Component*>(&names[i]));
-    };
-    const auto mine = component(0), theirs = component(1);
-    const auto find = [](C2BlockPool::local_id_t id, const auto& by) {
-        std::shared_ptr<C2BlockPool> pool;
-        const c2_status_t status = android::GetCodec2BlockPool(id, by, &pool);
-        EXPECT_EQ(pool != nullptr, status == C2_OK);
-        return pool;
-    };
-    std::vector<std::shared_ptr<C2BlockPool>> pools;
-    for (const auto allocator :
-         {Platform::ION, Platform::BLOB, Platform::GRALLOC, Platform::BUFFERQUEUE}) {
-        auto& pool = pools.emplace_back();
-        ASSERT_EQ(android::CreateCodec2BlockPool(allocator, mine, &pool), C2_OK);
-        std::shared_ptr<C2LinearBlock> bytes;
-        std::shared_ptr<C2GraphicBlock> picture;
-        const bool isLinear = allocator != Platform::GRALLOC && allocator != Platform::BUFFERQUEUE;
-        EXPECT_EQ(pool->fetchLinearBlock(64, C2MemoryUsage(0), &bytes),
-                  isLinear ? C2_OK : C2_OMITTED);
-        EXPECT_EQ(pool->fetchGraphicBlock(64, 64, PixFormat::NV12, C2MemoryUsage(0), &picture),
-                  isLinear ? C2_OMITTED : C2_OK);
-    }
-    pools.push_back(std::make_shared<host::SlotGraphicPool>(1));
-    host::RegisterBlockPool(pools.back(), nullptr);
-    for (size_t i = 0; i < pools.size(); ++i) {
-        const auto id = pools[i]->getLocalId();
-        const auto expected = [&](bool isFound) { return isFound ? pools[i] : nullptr; };
-        EXPECT_GE(id, C2BlockPool::PLATFORM_START);
-        EXPECT_EQ(find(id, mine), expected(i < 4));
-        EXPECT_EQ(find(id, theirs), nullptr);
-        EXPECT_EQ(find(id, std::shared_ptr<const C2Component>()), expected(i == 4));
-        pools[i].reset();
-        EXPECT_EQ(find(id, mine), nullptr);
-    }
-    EXPECT_EQ(android::CreateCodec2BlockPool(Platform::BLOB + 1, mine, &pools[0]), C2_NOT_FOUND);
-    EXPECT_EQ(android::CreateCodec2BlockPool(Platform::ION, mine, nullptr), C2_BAD_VALUE);
-    EXPECT_EQ(android::GetCodec2BlockPool(0, mine, nullptr), C2_BAD_VALUE);
 }
 
 }  // namespace lx2::test
