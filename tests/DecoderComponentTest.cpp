@@ -153,22 +153,6 @@ TEST_F(DecoderComponentTest, FlushStopAndResetEndAWaitForABuffer) {
     }
 }
 
-TEST_F(DecoderComponentTest, OneSlotIsEnoughForAClientThatGivesItBack) {
-    const Clip clip = ClipOf("avc.264");
-    const auto expected = whole(clip);
-    begin(clip, 1);
-    queue(clip, 0, clip.units.size());
-    queueEnd();
-    std::vector<host::Frame> seen;
-    for (size_t i = 0; i < expected.size(); ++i) {
-        take(1);
-        for (host::Frame& frame : pictures())
-            seen.push_back(std::move(frame));
-    }
-    take();
-    EXPECT_EQ(seen, expected);
-}
-
 // After a drain without an end of the stream what follows may still refer to what was before.
 TEST_F(DecoderComponentTest, ADrainGivesOutWhatWaitsAndLosesNothing) {
     for (const char* name : {"avc.264", "hevc.265", "vp9.ivf"}) {

@@ -59,32 +59,6 @@ void ExpectRowsWhereDescribed(const host::PlaneLayout& plane, std::vector<uint8_
     }
 }
 
-TEST(FrameLayoutTest, RowsLieWhereTheDescriptionHasEachValueAndNowhereElse) {
-    const std::pair<uint32_t, uint32_t> sizes[] = {{1, 1}, {3, 5}, {33, 9}, {49, 17}, {200, 131}};
-    EXPECT_EQ(host::LayoutOf(PixFormat::I420, 2, 2)->channels[1].plane, 1u) << "Cb first";
-    EXPECT_EQ(host::LayoutOf(PixFormat::YV12, 2, 2)->channels[1].plane, 2u) << "Cr first";
-    for (uint32_t format :
-         {PixFormat::RGBA8888, PixFormat::RGBA8888_CMPX, PixFormat::I420, PixFormat::NV12,
-          PixFormat::YV12, PixFormat::MIREL_NV12, PixFormat::MIREL_NV12_CMPX, PixFormat::MIREL_TP10,
-          PixFormat::MIREL_P010}) {
-        for (const auto& [width, height] : sizes) {
-            SCOPED_TRACE(std::string(PixFormat::Str(format)) + " " + std::to_string(width));
-            const auto layout = host::LayoutOf(format, width, height);
-            const uint64_t size = host::AllocationOf(format, width, height).size;
-            std::vector<uint8_t> memory(size, 0xEE), taken(size);
-            ASSERT_LE(layout->end(), size);
-            for (uint32_t i = 0; i < layout->planeCount; ++i) {
-                if (layout->bitDepth == 10)
-                    ExpectRowsWhereDescribed<uint16_t>(layout->planes[i], &memory, &taken);
-                else
-                    ExpectRowsWhereDescribed<uint8_t>(layout->planes[i], &memory, &taken);
-            }
-            for (uint64_t at = 0; layout->bitDepth == 8 && at < size; ++at)
-                ASSERT_TRUE(taken[at] != 0 || memory[at] == 0xEE) << at;
-        }
-    }
-}
-
 TEST(OpenResourcesTest, TellsWhatIsOpenAndWhoMadeIt) {
     const host::OpenResources before;
     const auto buffer = GraphicBuffer(64, 48, PixFormat::NV12);
