@@ -51,7 +51,7 @@ Bytes MakeStream() {
         origin = "the sample avc.264, repeated (there is no ffmpeg)";
         once = Sample();
     }
-    if (once.empty() || !lx2::startcode::IsLong(once.data())) {
+    if (once.empty() || !lx2::startcode::LongCode::isAt(once.data())) {
         fprintf(stderr, "no stream to scan\n");
         exit(1);
     }
@@ -63,7 +63,8 @@ Bytes MakeStream() {
     const size_t end = kStreamSize - 4;
     size_t codes = 0;
     for (size_t p = 0;
-         (p = lx2::startcode::FindPlain<lx2::startcode::IsLong>(stream.data(), p, end)) < end; ++p)
+         (p = lx2::startcode::FindPlain<lx2::startcode::LongCode>(stream.data(), p, end)) < end;
+         ++p)
         ++codes;
     fprintf(stderr, "Stream: %s; %zu bytes, %zu four-byte start codes\n", origin, kStreamSize,
             codes);
@@ -81,8 +82,8 @@ void Run(benchmark::State& state, Count count) {
     const uint8_t* data = Stream().data();
     const size_t end = kStreamSize - 4;
     size_t expected = 0;
-    for (size_t p = 0; (p = lx2::startcode::FindPlain<lx2::startcode::IsLong>(data, p, end)) < end;
-         ++p)
+    for (size_t p = 0;
+         (p = lx2::startcode::FindPlain<lx2::startcode::LongCode>(data, p, end)) < end; ++p)
         ++expected;
     for (auto _ : state) {
         if (count(data) != expected) {
@@ -112,7 +113,7 @@ void PlainScan(benchmark::State& state) {
         size_t codes = 0;
         const size_t end = kStreamSize - 4;
         for (size_t p = 0;
-             (p = lx2::startcode::FindPlain<lx2::startcode::IsLong>(data, p, end)) < end; ++p)
+             (p = lx2::startcode::FindPlain<lx2::startcode::LongCode>(data, p, end)) < end; ++p)
             ++codes;
         return codes;
     });

@@ -143,10 +143,10 @@ void Scan(const uint8_t* data, size_t size) {
     const size_t from = std::min<size_t>(data[size - 1], end);
     ExactBytes storage(data, size);
     using namespace startcode;
-    FUZZ_CHECK(Find<IsLong>(storage.data(), from, end) ==
-               FindPlain<IsLong>(storage.data(), from, end));
-    FUZZ_CHECK(Find<IsShort>(storage.data(), from, end) ==
-               FindPlain<IsShort>(storage.data(), from, end));
+    FUZZ_CHECK(Find<LongCode>(storage.data(), from, end) ==
+               FindPlain<LongCode>(storage.data(), from, end));
+    FUZZ_CHECK(Find<ShortCode>(storage.data(), from, end) ==
+               FindPlain<ShortCode>(storage.data(), from, end));
 }
 
 }  // namespace

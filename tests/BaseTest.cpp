@@ -16,6 +16,10 @@ namespace lx2::test {
 
 // The other programs of the family compare the bare numbers.
 static_assert(LX2_ERROR == -1 && LX2_BAD_ARG == -2);
+static_assert(BufFlag::DROP_FRAME == 1 && BufFlag::END_OF_STREAM == 2 &&
+              BufFlag::DISCARD_FRAME == 4 && BufFlag::INCOMPLETE == 8 &&
+              BufFlag::SYNC_FRAME == 16 && BufFlag::CORRUPTED == 32 &&
+              BufFlag::CODEC_CONFIG == 0x80000000);
 
 TEST(BundleTest, PutReplacesEmplaceKeepsAndGetReadsOneTagOnly) {
     Bundle bundle;

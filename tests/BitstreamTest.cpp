@@ -1,5 +1,7 @@
 #include <lx2/IVFHeaders.h>
 #include <lx2/LX2StreamParser.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <numeric>
 #include <random>
@@ -71,13 +73,13 @@ using Avc = LX2AVCStreamParser;
 using Hevc = LX2HEVCStreamParser;
 
 // The fast scan's answers are the plain one's, from every start in a vector.
-template <startcode::Test kIsCode>
+template <class Code>
 void ExpectSameScan(const Bytes& bytes, size_t codeSize) {
     const auto tight = Tight(bytes);
     const size_t end = bytes.size() - codeSize + 1;
     for (size_t from = 0; from < std::min<size_t>(33, end); ++from)
-        ASSERT_EQ(startcode::Find<kIsCode>(tight.get(), from, end),
-                  startcode::FindPlain<kIsCode>(tight.get(), from, end))
+        ASSERT_EQ(startcode::Find<Code>(tight.get(), from, end),
+                  startcode::FindPlain<Code>(tight.get(), from, end))
             << "from " << from << " to " << end;
 }
 
@@ -88,8 +90,8 @@ TEST(StartCodeScanTest, FastFormAnswersLikeThePlainOne) {
             Bytes bytes(length);
             for (uint8_t& byte : bytes)
                 byte = random() % 64 == 0 ? 0 : random() % alphabet;
-            ExpectSameScan<startcode::IsLong>(bytes, 4);
-            ExpectSameScan<startcode::IsShort>(bytes, 3);
+            ExpectSameScan<startcode::LongCode>(bytes, 4);
+            ExpectSameScan<startcode::ShortCode>(bytes, 3);
         }
 }
 
@@ -99,15 +101,34 @@ TEST(StartCodeScanTest, FindsACodeAtEveryPositionAndNoneThatIsCut) {
         for (uint8_t fill : {0xFF, 0x00}) {
             Bytes bytes(300, fill);
             std::copy_n(kLong, 4, bytes.begin() + at);
-            EXPECT_EQ(Find<IsLong>(bytes.data(), 0, 297), at);
-            EXPECT_EQ(Find<IsShort>(bytes.data(), 0, 297), std::min<size_t>(at + 1, 297));
-            EXPECT_EQ(Find<IsLong>(bytes.data(), 0, at), at) << "only the end, not a find";
+            EXPECT_EQ(Find<LongCode>(bytes.data(), 0, 297), at);
+            EXPECT_EQ(Find<ShortCode>(bytes.data(), 0, 297), std::min<size_t>(at + 1, 297));
+            EXPECT_EQ(Find<LongCode>(bytes.data(), 0, at), at) << "only the end, not a find";
             bytes[at + 3] = 2;
-            EXPECT_EQ(Find<IsLong>(bytes.data(), 0, 297), 297u);
+            EXPECT_EQ(Find<LongCode>(bytes.data(), 0, 297), 297u);
         }
 }
 
 using BitstreamTest = Fixture;
+
+// No byte behind the buffer is read: the page behind it can't be.
+TEST_F(BitstreamTest, ShortBuffersAtTheEndOfMemoryAreRead) {
+    const size_t page = sysconf(_SC_PAGESIZE);
+    auto* pages = static_cast<uint8_t*>(
+        mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    ASSERT_EQ(mprotect(pages + page, page, PROT_NONE), 0);
+    const Bytes unit = Unit(0x6500, 12);
+    for (uint32_t size = 0; size <= unit.size(); ++size) {
+        uint8_t* at = std::copy_backward(unit.begin(), unit.begin() + size, pages + page);
+        uint32_t there = 77, config = 77;
+        uint16_t type = 7777, next = 7777;
+        const Bytes bytes(unit.begin(), unit.begin() + size);
+        const LX2Status status = Avc::FindNAL(at, size, &there, &type, &next);
+        EXPECT_EQ((Found{status, there, type, next}), FindNAL<Avc>(bytes)) << size;
+        EXPECT_EQ(Avc::FindCodecConfig(at, size, &config), C2_NOT_FOUND) << size;
+    }
+    munmap(pages, 2 * page);
+}
 
 TEST_F(BitstreamTest, MeasuresTheFirstUnit) {
     struct Row {

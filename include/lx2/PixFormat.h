@@ -27,7 +27,7 @@ class LX2_API PixFormat {
     static constexpr uint32_t ALIGN128_129 = 0x129;
     static constexpr uint32_t ALIGN128_130 = 0x130;
 
-    // A printable name without blanks; never null, "UNKNOWN" for a code that nobody knows.
+    // A printable name without blanks; never null, "UNKNOWN" for an unknown code.
     static const char* Str(uint32_t format);
 
     // Whether the format is a bandwidth-compressed (tiled) layout.

@@ -14,7 +14,7 @@
 // A key is the parameter's name, "." and the field's name, with one more "." and name for every
 // level of nesting; the keys of vendor parameters begin with "vendor.". Register on one thread
 // before use. The const calls only read what was registered: several threads may make them at once
-// while nobody registers or clears.
+// while no thread registers or clears.
 #pragma once
 
 #include <lx2/C2Prelude.h>

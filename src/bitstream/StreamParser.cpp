@@ -30,10 +30,10 @@ size_t NextStartCode(const uint8_t* buf, size_t end, size_t ownBytes) {
     const size_t ownEnd =
         ownBytes < sizeof(startcode::kLong) ? 0 : ownBytes - sizeof(startcode::kLong);
     const size_t blockEnd = std::min(end, ownEnd);
-    const size_t found = startcode::Find<startcode::IsLong>(buf, kFirstSearched, blockEnd);
+    const size_t found = startcode::Find<startcode::LongCode>(buf, kFirstSearched, blockEnd);
     if (found < blockEnd)
         return found;
-    return startcode::FindPlain<startcode::IsLong>(buf, std::max(blockEnd, kFirstSearched), end);
+    return startcode::FindPlain<startcode::LongCode>(buf, std::max(blockEnd, kFirstSearched), end);
 }
 
 // _FindNAL on a buffer of whose size bytes the first ownBytes are known to be the caller's.
@@ -47,7 +47,7 @@ LX2Status MeasureNAL(const uint8_t* buf, uint32_t size, size_t ownBytes, uint32_
     }
     *nalSize = 0;
     *nextType = kNoType;
-    if (!startcode::IsLong(buf)) {
+    if (!startcode::LongCode::isAt(buf)) {
         LX2_LOGE("FindNAL: buffer does not start with start-code !");
         return C2_CORRUPTED;
     }
@@ -115,7 +115,7 @@ uint32_t _FindStartCode(const uint8_t* buf, uint32_t size, uint32_t from, uint32
     if (buf == nullptr || size < kShortSize)
         return size;
     const size_t end = size - kShortSize + 1;
-    const size_t found = startcode::Find<startcode::IsShort>(buf, from, end);
+    const size_t found = startcode::Find<startcode::ShortCode>(buf, from, end);
     if (found >= end)
         return size;
     const bool isLong = found > from && buf[found - 1] == 0;

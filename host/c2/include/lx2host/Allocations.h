@@ -5,7 +5,7 @@
 
 namespace lx2::host {
 
-// An allocation that only its handle is taken of: nobody maps one through the platform here.
+// An allocation of which only the handle is used: it is not mapped through the platform here.
 class LinearMemory : public C2LinearAllocation {
   public:
     using C2LinearAllocation::C2LinearAllocation;

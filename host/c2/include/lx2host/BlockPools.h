@@ -14,7 +14,7 @@ namespace lx2::host {
 LX2_HOST_API C2BlockPool::local_id_t NewBlockPoolId();
 
 // Lets android::GetCodec2BlockPool() find the pool under its getLocalId(), for this component alone
-// (null: for whoever names no component), as long as somebody holds the pool. Returns that id, for
+// (null: for whoever names no component), as long as the pool is held. Returns that id, for
 // C2PortBlockPoolsTuning. A pool that had the id before is not found any more. Safe to call from
 // any thread.
 LX2_HOST_API C2BlockPool::local_id_t RegisterBlockPool(

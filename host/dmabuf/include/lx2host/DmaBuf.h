@@ -38,7 +38,7 @@ struct SyncCounts {
 // What this process has synchronised so far.
 LX2_HOST_API SyncCounts GetSyncCounts();
 
-// Whether a bracket of this memory is open: somebody's CPU access has not ended.
+// Whether a synchronisation of this memory is open: an access by the CPU has not ended.
 LX2_HOST_API bool IsBeingAccessed(int fd);
 LX2_HOST_API void ResetSyncCounts();
 
