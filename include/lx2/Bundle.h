@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <variant>
@@ -44,8 +45,15 @@ class Bundle {
         }
 
       private:
-        std::variant<std::monostate, int32_t, uint32_t, int64_t, uint64_t, double, std::string>
-            mValue;
+        using Value =
+            std::variant<std::monostate, int32_t, uint32_t, int64_t, uint64_t, double, std::string>;
+        template <Tag kTag, typename T>
+        static constexpr bool kAgree = std::is_same_v<std::variant_alternative_t<kTag, Value>, T>;
+        static_assert(kAgree<INT32, int32_t> && kAgree<UINT32, uint32_t> &&
+                      kAgree<INT64, int64_t> && kAgree<UINT64, uint64_t> &&
+                      kAgree<DOUBLE, double> && kAgree<STRING, std::string>);
+
+        Value mValue;
     };
 
     using Map = std::unordered_map<std::string, Item>;
@@ -61,11 +69,18 @@ class Bundle {
         return LX2_ERROR;
     }
 
-    // The stored value, or a fallback when the key is missing or holds another type.
+    // The stored value; null when the key is missing or holds another type. Good until the entry is
+    // replaced.
+    template <typename T>
+    const T* find(const std::string& key) const {
+        const auto it = mItems.find(key);
+        return it == mItems.end() ? nullptr : it->second.template get<T>();
+    }
+
+    // The stored value, or a fallback.
     template <typename T>
     T get(const std::string& key, T fallback) const {
-        auto it = mItems.find(key);
-        const T* value = it == mItems.end() ? nullptr : it->second.template get<T>();
+        const T* value = find<T>(key);
         return value != nullptr ? *value : fallback;
     }
 

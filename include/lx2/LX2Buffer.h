@@ -91,8 +91,7 @@ class LX2_API LX2Buffer : public std::enable_shared_from_this<LX2Buffer> {
     // another type. T: int32_t, uint32_t, int64_t, uint64_t, double or std::string.
     template <typename T>
     std::optional<T> bufferInfo(const std::string& key) const {
-        const auto found = mInfo.find(key);
-        const T* value = found == mInfo.end() ? nullptr : found->second.get<T>();
+        const T* value = mInfo.find<T>(key);
         return value != nullptr ? std::optional<T>(*value) : std::nullopt;
     }
 
