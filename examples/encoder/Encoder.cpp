@@ -99,7 +99,7 @@ void Encoder::process(const Input& input) {
     if (hasPicture && output.result == C2_OK)
         deliver();
     else
-        mHost.finish(input.key, &output);
+        finish(input.key, std::move(output));
 }
 
 // The hardware has the picture, or why it does not.
@@ -132,7 +132,9 @@ bool Encoder::readSetup(LX2Buffer::Graphic* view, EncoderSetup* setup) {
     const auto bitrate = settings.get<C2StreamBitrateInfo::output>();
     const auto tuning = settings.get<C2EncoderTuning>();
     const auto color = settings.get<C2StreamColorAspectsInfo::input>();
-    if (rate == nullptr || bitrate == nullptr || tuning == nullptr || color == nullptr)
+    const auto wantedHdr = settings.get<C2StreamHdrStaticInfo::input>();
+    if (rate == nullptr || bitrate == nullptr || tuning == nullptr || color == nullptr ||
+        wantedHdr == nullptr)
         return false;
     std::vector<std::unique_ptr<C2Param>> infos, updates;
     if (view->getPrivateMetadata(&infos, &updates) != C2_OK) {
@@ -150,8 +152,9 @@ bool Encoder::readSetup(LX2Buffer::Graphic* view, EncoderSetup* setup) {
         Prefer(shown->transfer, &setup->aspects.transfer);
         Prefer(shown->matrix, &setup->aspects.matrix);
     }
-    if (const auto* hdr = Find<C2StreamHdrStaticInfo::input>(updates))
-        setup->hdr = *hdr;
+    const auto* hdr = Find<C2StreamHdrStaticInfo::input>(updates);
+    if (hdr != nullptr || *wantedHdr != C2StreamHdrStaticInfo::input())
+        setup->hdr = hdr != nullptr ? *hdr : *wantedHdr;
     C2StreamColorAspectsInfo::output coded(0u, setup->aspects);
     C2StreamHdrStaticInfo::output codedHdr(0u, setup->hdr.value_or(C2HdrStaticMetadataStruct{}));
     auto changed = settings.update(
@@ -185,13 +188,21 @@ void Encoder::deliver() {
         Output output = makeOutput(*unit);
         if (output.result == C2_CANCELED)
             return;
-        mHost.finish(unit->unit, &output);
+        finish(unit->unit, std::move(output));
     }
+}
+
+// Updates that went with nothing wait for the next output.
+void Encoder::finish(uint64_t key, Output output) {
+    output.updates = std::move(mUpdates);
+    mUpdates.clear();
+    if (!mHost.finish(key, &output))
+        mUpdates = std::move(output.updates);
 }
 
 // New headers go to the client by themselves. Those that it has stay in the stream, which can be
 // entered there.
-uint32_t Encoder::takeHeaders(const EncodedUnit& unit, Output* output) {
+uint32_t Encoder::takeHeaders(const EncodedUnit& unit) {
     const uint32_t size = FindHeaders(mMediaType, unit.bytes);
     const auto end = unit.bytes.begin() + size;
     if (size == 0 || std::equal(mHeaders.begin(), mHeaders.end(), unit.bytes.begin(), end))
@@ -199,15 +210,13 @@ uint32_t Encoder::takeHeaders(const EncodedUnit& unit, Output* output) {
     mHeaders.assign(unit.bytes.begin(), end);
     auto init = C2StreamInitDataInfo::output::AllocUnique(size, 0u);
     memcpy(init->m.value, mHeaders.data(), size);
-    output->updates.push_back(std::move(init));
+    mUpdates.push_back(std::move(init));
     return size;
 }
 
 Output Encoder::makeOutput(const EncodedUnit& unit) {
     Output output;
-    output.updates = std::move(mUpdates);
-    mUpdates.clear();
-    const uint32_t headers = takeHeaders(unit, &output);
+    const uint32_t headers = takeHeaders(unit);
     const auto size = static_cast<uint32_t>(unit.bytes.size()) - headers;
     std::shared_ptr<LX2Buffer> buffer;
     output.result = allocate(size, &buffer);

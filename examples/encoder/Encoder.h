@@ -28,9 +28,10 @@ class Encoder final : public Codec {
     bool readSetup(LX2Buffer::Graphic* view, EncoderSetup* setup);
     bool isKeyFrameDue(float rate);
     void deliver();
+    void finish(uint64_t key, Output output);
     Output makeOutput(const EncodedUnit& unit);
     c2_status_t allocate(uint32_t size, std::shared_ptr<LX2Buffer>* buffer);
-    uint32_t takeHeaders(const EncodedUnit& unit, Output* output);
+    uint32_t takeHeaders(const EncodedUnit& unit);
 
     CodecHost& mHost;
 
@@ -40,9 +41,9 @@ class Encoder final : public Codec {
     std::unique_ptr<LX2LinearBufferPool> mPool;
     std::unique_ptr<LX2FileDump> mFrameDump, mUnitDump;
 
-    std::vector<uint8_t> mHeaders;  // that the client has
-    uint64_t mSinceKeyFrame = 0;    // 0: the next picture is one
-    std::vector<std::unique_ptr<C2Param>> mUpdates;
+    std::vector<uint8_t> mHeaders;                   // that the client has
+    uint64_t mSinceKeyFrame = 0;                     // 0: the next picture is one
+    std::vector<std::unique_ptr<C2Param>> mUpdates;  // that the client has not
 };
 
 }  // namespace lx2::example

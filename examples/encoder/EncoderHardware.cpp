@@ -155,6 +155,7 @@ std::string Hardware::open(const AVFrame& frame, const EncoderSetup& setup) {
     context->qmin = static_cast<int>(setup.qpMin);
     context->qmax = static_cast<int>(setup.qpMax);
     context->thread_count = 1;
+    context->log_level_offset = AV_LOG_TRACE;  // beyond what is printed
     SetAspects(setup.aspects, context.get());
     av_opt_set(context->priv_data, "preset", mCodec.preset, 0);
     av_opt_set(context->priv_data, "tune", "zerolatency", 0);

@@ -38,6 +38,7 @@ class EncoderParams : public ComponentParams {
     std::shared_ptr<Request> mRequest;
     std::shared_ptr<C2StreamColorAspectsInfo::input> mInputColor;
     std::shared_ptr<C2StreamColorAspectsInfo::output> mColor;
+    std::shared_ptr<C2StreamHdrStaticInfo::input> mInputHdr;
     std::shared_ptr<C2StreamHdrStaticInfo::output> mHdr;
     std::shared_ptr<C2EncoderTuning> mEncoder;
     std::shared_ptr<C2EncoderDumpSetting> mDump;
@@ -93,6 +94,8 @@ EncoderParams::EncoderParams(const std::shared_ptr<C2ReflectorHelper>& reflector
         Take<C2StreamColorAspectsInfo::input>);
     add(mColor, C2_PARAMKEY_VUI_COLOR_ASPECTS, std::make_shared<C2StreamColorAspectsInfo::output>(),
         Take<C2StreamColorAspectsInfo::output>);
+    add(mInputHdr, C2_PARAMKEY_HDR_STATIC_INFO, std::make_shared<C2StreamHdrStaticInfo::input>(),
+        Take<C2StreamHdrStaticInfo::input>);
     add(mHdr, C2_PARAMKEY_HDR_STATIC_INFO, std::make_shared<C2StreamHdrStaticInfo::output>(),
         Take<C2StreamHdrStaticInfo::output>);
     addParameter(

@@ -320,6 +320,8 @@ c2_status_t Client::queue(Input input) {
     work->input.ordinal.customOrdinal = input.timestamp;
     if (input.buffer != nullptr)
         work->input.buffers.push_back(std::move(input.buffer));
+    for (const auto& update : input.updates)
+        work->input.configUpdate.push_back(C2Param::Copy(*update));
     work->worklets.push_back(std::make_unique<C2Worklet>());
     mListener->add(*work);
     std::list<std::unique_ptr<C2Work>> works;

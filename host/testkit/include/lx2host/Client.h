@@ -31,9 +31,10 @@ std::shared_ptr<C2Buffer> LinearBuffer(const uint8_t* bytes, size_t size);
 class Client {
   public:
     struct Input {
-        std::shared_ptr<C2Buffer> buffer;  // null: none
-        uint32_t flags = 0;                // C2FrameData::FLAG_ bits
-        uint64_t timestamp = 0;            // microseconds
+        std::shared_ptr<C2Buffer> buffer;                          // null: none
+        uint32_t flags = 0;                                        // C2FrameData::FLAG_ bits
+        uint64_t timestamp = 0;                                    // microseconds
+        std::vector<std::shared_ptr<const C2Param>> updates = {};  // set before it is worked on
     };
 
     // What came of a work: the whole work, or a part of it (FLAG_INCOMPLETE).
