@@ -90,10 +90,18 @@ x265+=:master-display="G(13250,34500)B(7500,3000)R(34000,16000)WP(15635,16450)L(
 make hdr.mp4 320x192 yuv420p10le 5 -c:v libx265 -x265-params "$x265"
 check "HDR" encode hdr --set output.media-type.value=video/hevc hdr.mp4
 check "HDR: the component is told of it" says hdr "color .*BT2020 .*ST2084 "
+hdr_settings=()
+for setting in red.x=0.68 red.y=0.32 green.x=0.265 green.y=0.69 blue.x=0.15 blue.y=0.06 white.x=0.3127 white.y=0.329 \
+    max-luminance=1000 min-luminance=0.005; do
+    hdr_settings+=(--set raw.hdr-static-info.mastering.$setting)
+done
+check "HDR that is set" encode set "${kind[@]}" "${hdr_settings[@]}" --set raw.hdr-static-info.max-cll=999.6 deep.mkv
 side_data() { ffprobe -v error -show_frames -read_intervals "%+#1" "$1" | grep -E '^(red|green|blue|white|max|min)_'; }
 same_display() { [ "$(side_data hdr.mp4 | grep -Fxcf <(side_data "$(stream hdr)"))" -ge 9 ]; }
 check "HDR: the stream has it, as exactly as the display's record" same_display
 check "HDR: light levels are whole" grep -q '^max_content=1000$' <(side_data "$(stream hdr)")
+check "HDR that is set is in the stream" \
+    test "$(side_data "$(stream set)" | grep -cE '^(green_y=34500/50000|max_luminance=10000000/10000|max_content=1000)$')" -eq 3
 
 for size in 175x143 1x1 2x17; do
     make odd.mkv 176x144 yuv420p 3 -vf scale=${size/x/:} -c:v ffv1
