@@ -1,8 +1,8 @@
-#include <lx2/LX2StreamParser.h>
 #include <lx2host/ComponentChecks.h>
 
 #include <cstdio>
 
+#include "../component/ParameterSets.h"
 #include "Input.h"
 #include "Session.h"
 
@@ -13,17 +13,6 @@ namespace {
 // Long enough for every check, and decoded a dozen times in a short while.
 constexpr size_t kMostUnits = 150;
 
-// The parameter sets that the stream begins with, in bytes.
-uint32_t ConfigSize(const std::string& mediaType, const AVPacket& packet) {
-    uint32_t size = 0;
-    const auto bytes = static_cast<uint32_t>(packet.size);
-    if (mediaType == "video/avc")
-        LX2AVCStreamParser::FindCodecConfig(packet.data, bytes, &size);
-    else if (mediaType == "video/hevc")
-        LX2HEVCStreamParser::FindCodecConfig(packet.data, bytes, &size);
-    return size;
-}
-
 host::TestStream ReadStream(Input* input) {
     host::TestStream stream;
     stream.mediaType = input->mediaType();
@@ -31,7 +20,10 @@ host::TestStream ReadStream(Input* input) {
         const Packet packet = input->read();
         if (packet == nullptr)
             break;
-        const uint32_t config = stream.units.empty() ? ConfigSize(stream.mediaType, *packet) : 0;
+        const uint32_t config = stream.units.empty()
+                                    ? ParameterSetSize(stream.mediaType, packet->data,
+                                                       static_cast<uint32_t>(packet->size))
+                                    : 0;
         const auto time = static_cast<uint64_t>(packet->pts);
         if (config > 0)
             stream.units.push_back({{packet->data, packet->data + config}, true, false, time});

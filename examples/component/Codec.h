@@ -26,10 +26,9 @@ struct Input {
 // What comes of a work.
 struct Output {
     c2_status_t result = C2_OK;
-    uint32_t flags = 0;                             // C2FrameData::FLAG_CORRUPT or none
-    std::shared_ptr<C2Buffer> buffer;               // null: none
-    std::vector<std::unique_ptr<C2Param>> updates;  // what changed with this output
-    bool more = false;                              // another output of this work follows
+    uint32_t flags = 0;                // C2FrameData::FLAG_CORRUPT or none
+    std::shared_ptr<C2Buffer> buffer;  // null: none
+    bool more = false;                 // another output of this work follows
 };
 
 // The component. A codec calls it from within its own calls, on their thread.
@@ -37,9 +36,16 @@ class CodecHost {
   public:
     virtual Settings& settings() = 0;
 
-    // Gives an output of a work to the client, and the work with its last one. False, with *output
-    // left alone, for a work that the client has back already.
-    virtual bool finish(uint64_t key, Output* output) = 0;
+    // Sets what the codec found out, and tells the client with the next output that it gets which
+    // of the watched parameters changed by it.
+    virtual void update(const std::vector<C2Param*>& params,
+                        const std::vector<C2Param::Index>& watched) = 0;
+    // Gives the client a parameter with the next output that it gets.
+    virtual void announce(std::unique_ptr<C2Param> param) = 0;
+
+    // Gives an output of a work to the client, and the work with its last one. Nothing is done for
+    // a work that the client has back already.
+    virtual void finish(uint64_t key, Output output) = 0;
 
     // Tells the client of a fault after which nothing works, once the codec's call returns. All
     // work goes back with that status.

@@ -32,20 +32,6 @@ void LetInputGo(C2Work* work) {
         buffer.reset();
 }
 
-void Fill(C2Work* work, Output* output, uint32_t flags) {
-    C2FrameData& filled = work->worklets.front()->output;
-    filled.flags = static_cast<C2FrameData::flags_t>(output->flags | flags);
-    filled.ordinal = work->input.ordinal;
-    filled.buffers.clear();
-    if (output->buffer != nullptr && output->result == C2_OK)
-        filled.buffers.push_back(std::move(output->buffer));
-    for (auto& update : output->updates)
-        filled.configUpdate.push_back(std::move(update));
-    work->workletsProcessed = 1;
-    work->result = output->result;
-    LetInputGo(work);
-}
-
 // Shows in the system's trace which component works on which frame.
 std::string TraceName(const C2ComponentInterface& component, const Input& input) {
     return "process frame=" + std::to_string(input.ordinal.frameIndex.peekull()) +
@@ -151,6 +137,7 @@ void Component::halt() {
     PendingWork abandoned;
     std::lock_guard<std::mutex> guard(mLock);
     mTasks.clear();
+    mUpdates.clear();
     mPending.swap(abandoned);
     mHalting = false;
     mInterrupted = false;
@@ -246,43 +233,55 @@ std::shared_ptr<C2BlockPool> Component::outputPool(C2BlockPool::local_id_t basic
     return pool;
 }
 
+void Component::update(const std::vector<C2Param*>& params,
+                       const std::vector<C2Param::Index>& watched) {
+    for (auto& changed : mSettings->update(params, watched))
+        announce(std::move(changed));
+}
+
+void Component::fill(C2Work* work, const Output& output, uint32_t flags) {
+    C2FrameData& filled = work->worklets.front()->output;
+    filled.flags = static_cast<C2FrameData::flags_t>(output.flags | flags);
+    filled.ordinal = work->input.ordinal;
+    filled.buffers.clear();
+    if (output.buffer != nullptr && output.result == C2_OK)
+        filled.buffers.push_back(output.buffer);
+    filled.configUpdate = std::exchange(mUpdates, {});
+    work->workletsProcessed = 1;
+    work->result = output.result;
+    LetInputGo(work);
+}
+
 // A work that ends the stream goes back as the last one: what comes of it while others wait travels
 // in a clone.
-bool Component::finish(uint64_t key, Output* output) {
+void Component::finish(uint64_t key, Output output) {
     std::list<std::unique_ptr<C2Work>> done;
     {
         std::lock_guard<std::mutex> guard(mLock);
         const auto found = mPending.find(key);
         if (found == mPending.end())
-            return false;
+            return;
         Pending& pending = found->second;
-        bool more = output->more;
-        if (pending.endsStream && !more && found != mPending.begin()) {
-            pending.result = output->result;
-            if (output->buffer == nullptr)
-                return false;
-            more = true;
+        if (pending.endsStream && !output.more && found != mPending.begin()) {
+            pending.result = output.result;
+            if (output.buffer == nullptr)
+                return;
+            output.more = true;
         }
-        if (output->result == C2_OK)
-            output->result = pending.result;
-        if (more) {
+        if (output.result == C2_OK)
+            output.result = pending.result;
+        if (output.more) {
             done.push_back(Clone(*pending.work));
-            Fill(done.back().get(), output, C2FrameData::FLAG_INCOMPLETE);
+            fill(done.back().get(), output, C2FrameData::FLAG_INCOMPLETE);
         } else {
             done.push_back(std::move(pending.work));
-            Fill(done.back().get(), output,
+            fill(done.back().get(), output,
                  pending.endsStream ? uint32_t{C2FrameData::FLAG_END_OF_STREAM} : 0);
             mPending.erase(found);
         }
     }
     tellListener(
         [&](Listener& listener) { listener.onWorkDone_nb(weak_from_this(), std::move(done)); });
-    return true;
-}
-
-void Component::finishEmpty(uint64_t key) {
-    Output none;
-    finish(key, &none);
 }
 
 void Component::run() {
@@ -344,7 +343,7 @@ void Component::process(uint64_t key) {
     if (input.buffer != nullptr)
         mCodec->process(input);
     else if (!ends)
-        finishEmpty(key);
+        finish(key, {});
     input.buffer.reset();
     {
         std::lock_guard<std::mutex> guard(mLock);
@@ -367,7 +366,7 @@ void Component::drain(uint64_t last, bool endsStream) {
             left.push_back(each->first);
     }
     for (const uint64_t key : left)
-        finishEmpty(key);
+        finish(key, {});
 }
 
 void Component::giveUp() {
@@ -377,7 +376,7 @@ void Component::giveUp() {
         for (auto& [key, pending] : mPending) {
             Output output;
             output.result = mFault;
-            Fill(pending.work.get(), &output, 0);
+            fill(pending.work.get(), output, 0);
             failed.push_back(std::move(pending.work));
         }
         mPending.clear();

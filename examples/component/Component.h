@@ -16,6 +16,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "Codec.h"
@@ -73,7 +74,11 @@ class Component final : public C2Component,
     };
 
     Settings& settings() override { return *mSettings; }
-    bool finish(uint64_t key, Output* output) override;
+    void update(const std::vector<C2Param*>& params,
+                const std::vector<C2Param::Index>& watched) override;
+    void announce(std::unique_ptr<C2Param> param) override { mUpdates.push_back(std::move(param)); }
+    void finish(uint64_t key, Output output) override;
+    void fill(C2Work* work, const Output& output, uint32_t flags);
     void fail(c2_status_t status) override { mFault = status; }
     const std::atomic<bool>& interrupted() const override { return mInterrupted; }
     std::shared_ptr<C2BlockPool> outputPool(C2BlockPool::local_id_t basic) override;
@@ -85,7 +90,6 @@ class Component final : public C2Component,
 
     void run();
     void perform(const Task& task);
-    void finishEmpty(uint64_t key);
     void process(uint64_t key);
     void drain(uint64_t last, bool endsStream);
     void giveUp();
@@ -95,7 +99,9 @@ class Component final : public C2Component,
     const std::shared_ptr<Settings> mSettings;
     std::unique_ptr<Codec> mCodec;
     std::thread mWorker;
-    c2_status_t mFault = C2_OK;  // the worker's, while there is one
+    // The worker's, while there is one.
+    c2_status_t mFault = C2_OK;
+    std::vector<std::unique_ptr<C2Param>> mUpdates;  // that no output took along yet
 
     std::mutex mLock;  // of what follows
     std::condition_variable mWake;

@@ -3,7 +3,6 @@
 #include <C2PlatformSupport.h>
 #include <lx2/BufFlag.h>
 #include <lx2/LX2GrallocBuffer.h>
-#include <lx2/LX2StreamParser.h>
 #include <lx2/Log.h>
 #include <lx2/PixFormat.h>
 
@@ -12,6 +11,7 @@
 #include <utility>
 
 #include "../component/Factory.h"
+#include "../component/ParameterSets.h"
 #include "DecoderParams.h"
 
 namespace lx2::example {
@@ -24,16 +24,6 @@ constexpr uint64_t kCpu = C2MemoryUsage::CPU_READ | uint64_t{C2MemoryUsage::CPU_
 
 constexpr std::chrono::milliseconds kShortWait{4};
 constexpr std::chrono::milliseconds kLongestWait = std::chrono::hours(1);
-
-// The parameter sets that a unit begins with, in bytes. VP8 and VP9 have theirs in every frame.
-uint32_t FindHeaders(const std::string& mediaType, const LX2Buffer::Bytes& unit) {
-    uint32_t size = 0;
-    if (mediaType == "video/avc")
-        LX2AVCStreamParser::FindCodecConfig(unit.data, unit.size, &size);
-    else if (mediaType == "video/hevc")
-        LX2HEVCStreamParser::FindCodecConfig(unit.data, unit.size, &size);
-    return size;
-}
 
 bool IsSameHdr(const std::optional<C2HdrStaticMetadataStruct>& a,
                const std::optional<C2HdrStaticMetadataStruct>& b) {
@@ -99,7 +89,6 @@ void Decoder::stop() {
     mHeaders.clear();
     mShape = {};
     mInfos.clear();
-    mUpdates.clear();
 }
 
 void Decoder::flush() {
@@ -119,7 +108,7 @@ void Decoder::process(const Input& input) {
     if (!buffer->linear()->isValid() || buffer->linear()->size() == 0) {
         Output output;
         output.result = buffer->linear()->isValid() ? C2_OK : C2_BAD_VALUE;
-        finish(input.key, std::move(output));
+        mHost.finish(input.key, std::move(output));
         return;
     }
     if (mUnitDump != nullptr)
@@ -131,19 +120,19 @@ void Decoder::process(const Input& input) {
     } else {
         Output output;
         output.result = C2_CANNOT_DO;
-        finish(input.key, std::move(output));
+        mHost.finish(input.key, std::move(output));
     }
 }
 
 // Parameter sets are kept: after a flush they go before what comes next.
 void Decoder::submit(const Input& input, const LX2Buffer::Bytes& bytes) {
-    const uint32_t headers = FindHeaders(mMediaType, bytes);
+    const uint32_t headers = ParameterSetSize(mMediaType, bytes.data, bytes.size);
     if ((input.flags & C2FrameData::FLAG_CODEC_CONFIG) != 0 || headers == bytes.size) {
         if (!mHeadersDue)
             mHeaders.clear();
         mHeaders.insert(mHeaders.end(), bytes.data, bytes.data + headers);
         mHeadersDue = !mHeaders.empty();
-        finish(input.key, {});
+        mHost.finish(input.key, {});
         return;
     }
     mUnits[input.key] = {(input.flags & C2FrameData::FLAG_DROP_FRAME) != 0,
@@ -171,7 +160,7 @@ void Decoder::announceDelay(uint64_t key) {
     update({&delay});
     Output output;
     output.more = true;
-    finish(key, std::move(output));
+    mHost.finish(key, std::move(output));
 }
 
 void Decoder::drain(bool endsStream) {
@@ -194,7 +183,7 @@ void Decoder::deliver() {
             LX2_LOGE("unit %llu: failed (%d)", static_cast<unsigned long long>(decoded->unit),
                      static_cast<int>(output.result));
         output.more = decoded->more;
-        finish(decoded->unit, std::move(output));
+        mHost.finish(decoded->unit, std::move(output));
         if (!decoded->more)
             mUnits.erase(decoded->unit);
     }
@@ -295,23 +284,11 @@ void Decoder::describe(const DecodedUnit& decoded, uint32_t format) {
 }
 
 void Decoder::update(const std::vector<C2Param*>& params) {
-    auto updates = mHost.settings().update(
+    mHost.update(
         params,
         {C2StreamPictureSizeInfo::output::PARAM_TYPE, C2StreamCropRectInfo::output::PARAM_TYPE,
          C2StreamPixelFormatInfo::output::PARAM_TYPE, C2StreamColorAspectsInfo::output::PARAM_TYPE,
          C2StreamHdrStaticInfo::output::PARAM_TYPE, C2PortActualDelayTuning::output::PARAM_TYPE});
-    for (auto& each : updates)
-        mUpdates.push_back(std::move(each));
-}
-
-// Updates that went with nothing wait for the next output.
-bool Decoder::finish(uint64_t key, Output output) {
-    output.updates = std::move(mUpdates);
-    mUpdates.clear();
-    if (mHost.finish(key, &output))
-        return true;
-    mUpdates = std::move(output.updates);
-    return false;
 }
 
 // A decoder predicts from the last pictures: it holds them until newer ones take their place.

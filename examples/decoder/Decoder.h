@@ -45,7 +45,6 @@ class Decoder final : public Codec {
     void hold(const std::shared_ptr<LX2Buffer>& buffer);
     void dropOldestReference();
     void update(const std::vector<C2Param*>& params);
-    bool finish(uint64_t key, Output output);
     void openDumps(const std::string& folder);
 
     CodecHost& mHost;
@@ -73,7 +72,6 @@ class Decoder final : public Codec {
     // told with the next output.
     DecodedUnit mShape;
     std::vector<std::shared_ptr<C2Info>> mInfos;
-    std::vector<std::unique_ptr<C2Param>> mUpdates;
 };
 
 }  // namespace lx2::example

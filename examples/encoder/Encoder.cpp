@@ -2,7 +2,6 @@
 
 #include <C2PlatformSupport.h>
 #include <lx2/BufFlag.h>
-#include <lx2/LX2StreamParser.h>
 #include <lx2/Log.h>
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include <utility>
 
 #include "../component/Factory.h"
+#include "../component/ParameterSets.h"
 #include "EncoderParams.h"
 
 namespace lx2::example {
@@ -36,16 +36,6 @@ const P* Find(const std::vector<std::unique_ptr<C2Param>>& params) {
 template <typename Aspect>
 void Prefer(Aspect known, Aspect* aspect) {
     *aspect = known != Aspect{} ? known : *aspect;
-}
-
-uint32_t FindHeaders(const std::string& mediaType, const std::vector<uint8_t>& bytes) {
-    uint32_t size = 0;
-    const auto total = static_cast<uint32_t>(bytes.size());
-    if (mediaType == "video/avc")
-        LX2AVCStreamParser::FindCodecConfig(bytes.data(), total, &size);
-    else
-        LX2HEVCStreamParser::FindCodecConfig(bytes.data(), total, &size);
-    return size;
 }
 
 }  // namespace
@@ -75,7 +65,6 @@ void Encoder::stop() {
     mFrameDump.reset();
     mUnitDump.reset();
     mHeaders.clear();
-    mUpdates.clear();
 }
 
 void Encoder::flush() {
@@ -99,7 +88,7 @@ void Encoder::process(const Input& input) {
     if (hasPicture && output.result == C2_OK)
         deliver();
     else
-        finish(input.key, std::move(output));
+        mHost.finish(input.key, std::move(output));
 }
 
 // The hardware has the picture, or why it does not.
@@ -157,10 +146,8 @@ bool Encoder::readSetup(LX2Buffer::Graphic* view, EncoderSetup* setup) {
         setup->hdr = hdr != nullptr ? *hdr : *wantedHdr;
     C2StreamColorAspectsInfo::output coded(0u, setup->aspects);
     C2StreamHdrStaticInfo::output codedHdr(0u, setup->hdr.value_or(C2HdrStaticMetadataStruct{}));
-    auto changed = settings.update(
-        {&coded, &codedHdr},
-        {C2StreamColorAspectsInfo::output::PARAM_TYPE, C2StreamHdrStaticInfo::output::PARAM_TYPE});
-    std::move(changed.begin(), changed.end(), std::back_inserter(mUpdates));
+    mHost.update({&coded, &codedHdr}, {C2StreamColorAspectsInfo::output::PARAM_TYPE,
+                                       C2StreamHdrStaticInfo::output::PARAM_TYPE});
     return true;
 }
 
@@ -188,29 +175,22 @@ void Encoder::deliver() {
         Output output = makeOutput(*unit);
         if (output.result == C2_CANCELED)
             return;
-        finish(unit->unit, std::move(output));
+        mHost.finish(unit->unit, std::move(output));
     }
-}
-
-// Updates that went with nothing wait for the next output.
-void Encoder::finish(uint64_t key, Output output) {
-    output.updates = std::move(mUpdates);
-    mUpdates.clear();
-    if (!mHost.finish(key, &output))
-        mUpdates = std::move(output.updates);
 }
 
 // New headers go to the client by themselves. Those that it has stay in the stream, which can be
 // entered there.
 uint32_t Encoder::takeHeaders(const EncodedUnit& unit) {
-    const uint32_t size = FindHeaders(mMediaType, unit.bytes);
+    const auto total = static_cast<uint32_t>(unit.bytes.size());
+    const uint32_t size = ParameterSetSize(mMediaType, unit.bytes.data(), total);
     const auto end = unit.bytes.begin() + size;
     if (size == 0 || std::equal(mHeaders.begin(), mHeaders.end(), unit.bytes.begin(), end))
         return 0;
     mHeaders.assign(unit.bytes.begin(), end);
     auto init = C2StreamInitDataInfo::output::AllocUnique(size, 0u);
     memcpy(init->m.value, mHeaders.data(), size);
-    mUpdates.push_back(std::move(init));
+    mHost.announce(std::move(init));
     return size;
 }
 

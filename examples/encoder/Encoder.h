@@ -28,7 +28,6 @@ class Encoder final : public Codec {
     bool readSetup(LX2Buffer::Graphic* view, EncoderSetup* setup);
     bool isKeyFrameDue(float rate);
     void deliver();
-    void finish(uint64_t key, Output output);
     Output makeOutput(const EncodedUnit& unit);
     c2_status_t allocate(uint32_t size, std::shared_ptr<LX2Buffer>* buffer);
     uint32_t takeHeaders(const EncodedUnit& unit);
@@ -41,9 +40,8 @@ class Encoder final : public Codec {
     std::unique_ptr<LX2LinearBufferPool> mPool;
     std::unique_ptr<LX2FileDump> mFrameDump, mUnitDump;
 
-    std::vector<uint8_t> mHeaders;                   // that the client has
-    uint64_t mSinceKeyFrame = 0;                     // 0: the next picture is one
-    std::vector<std::unique_ptr<C2Param>> mUpdates;  // that the client has not
+    std::vector<uint8_t> mHeaders;  // that the client has
+    uint64_t mSinceKeyFrame = 0;    // 0: the next picture is one
 };
 
 }  // namespace lx2::example

@@ -25,7 +25,9 @@ std::shared_ptr<ComponentLibrary> ComponentLibrary::Open(const std::string& path
     const std::string name =
         std::filesystem::exists(path, none) ? std::filesystem::absolute(path, none).string() : path;
     std::shared_ptr<ComponentLibrary> library(new ComponentLibrary);
-    library->mLibrary = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // Its code stays to the end of the process: a weak reference to a component or a buffer leads
+    // into it even when the object is gone.
+    library->mLibrary = dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (library->mLibrary == nullptr) {
         *error = LastError();
         return nullptr;

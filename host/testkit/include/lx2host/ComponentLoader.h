@@ -25,7 +25,7 @@ class ComponentLibrary : public std::enable_shared_from_this<ComponentLibrary> {
     ComponentLibrary(const ComponentLibrary&) = delete;
     ComponentLibrary& operator=(const ComponentLibrary&) = delete;
 
-    // Null when the factory refuses. Each object keeps the library open.
+    // Null when the factory refuses. Each object keeps the factory.
     std::shared_ptr<C2Component> createComponent();
     std::shared_ptr<C2ComponentInterface> createInterface();
 
