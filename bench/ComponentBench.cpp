@@ -3,6 +3,7 @@
 // process of its own; each line is the median of the ratios of some rounds, with its aim.
 //
 //   component_bench [<rounds>]
+//   component_bench decode|encode <threads> <clip> <target>    libavcodec's part
 //
 // The clip, 1080p of a moving test picture, is made by FFmpeg. A filter of benchmarks leaves this
 // program out.
@@ -14,6 +15,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -84,7 +86,7 @@ int DecodeAlone(const std::string& clip, int threads, const std::string& target)
 }
 
 // With the settings of the encoder component's hardware.
-int EncodeAlone(const std::string& clip, const std::string& target) {
+int EncodeAlone(const std::string& clip, int threads, const std::string& target) {
     FILE* out = fopen(target.c_str(), "wb");
     AVCodecContext* context = avcodec_alloc_context3(avcodec_find_encoder_by_name("libx264"));
     AVPacket* packet = av_packet_alloc();
@@ -96,14 +98,14 @@ int EncodeAlone(const std::string& clip, const std::string& target) {
     context->bit_rate = 4000000;
     context->gop_size = 1 << 20;
     context->max_b_frames = 0;
-    context->thread_count = 1;
+    context->thread_count = threads;
     av_opt_set(context->priv_data, "preset", "veryfast", 0);
     av_opt_set(context->priv_data, "tune", "zerolatency", 0);
     av_opt_set(context->priv_data, "x264-params", "scenecut=0", 0);
     if (out == nullptr || avcodec_open2(context, nullptr, nullptr) != 0)
         return 1;
     int64_t index = 0;
-    const bool good = Decode(clip, 1, [&](AVFrame* frame) {
+    const bool good = Decode(clip, threads, [&](AVFrame* frame) {
         if (frame != nullptr) {
             frame->pts = index++;
             frame->pict_type = AV_PICTURE_TYPE_NONE;
@@ -117,15 +119,18 @@ int EncodeAlone(const std::string& clip, const std::string& target) {
     return fclose(out) == 0 && good ? 0 : 1;
 }
 
-int RunClient(const std::vector<std::string>& arguments) {
+using Arguments = std::vector<std::string>;
+
+// Gives up this process for a program, or gives 1.
+int Become(const char* program, const Arguments& arguments) {
     if (freopen("/dev/null", "w", stdout) == nullptr ||
         freopen("/dev/null", "w", stderr) == nullptr)
         return 1;
-    std::vector<char*> argv{const_cast<char*>(LX2_CLIENT)};
+    std::vector<char*> argv{const_cast<char*>(program)};
     for (const std::string& argument : arguments)
         argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
-    execv(LX2_CLIENT, argv.data());
+    execv(program, argv.data());
     return 1;
 }
 
@@ -160,14 +165,21 @@ struct Contest {
     const char* name;
     double Usage::*time;
     double aim;
-    std::function<int()> peer, ours;
+    Arguments peer, ours;
+    const char* peerProgram = "/proc/self/exe";
+    std::string trace = {};  // ours writes its trace there
 };
 
 void Run(const Contest& contest, int rounds) {
     std::vector<double> ratios, peers, own;
     long peerFaults = 0, ownFaults = 0;
     for (int round = 0; round < rounds; ++round) {
-        const Usage peer = Measured(contest.peer), ours = Measured(contest.ours);
+        const Usage peer = Measured([&] { return Become(contest.peerProgram, contest.peer); });
+        const Usage ours = Measured([&] {
+            if (!contest.trace.empty())
+                setenv("LX2_TRACE", contest.trace.c_str(), 1);
+            return Become(LX2_CLIENT, contest.ours);
+        });
         peers.push_back(peer.*contest.time);
         own.push_back(ours.*contest.time);
         ratios.push_back(own.back() / peers.back());
@@ -184,25 +196,30 @@ int Compare(int rounds, const std::string& folder) {
     const std::string clip = folder + "/clip.mp4", out = folder + "/out", file = folder + "/file";
     if (system((kMakeClip + clip).c_str()) != 0)
         return 1;
-    const std::vector<std::string> decode{"--out", out, clip};
-    const auto plain = [&] { return RunClient(decode); };
+    const Arguments decode{"--out", out, clip}, encode{"--encode", "--out", out, clip};
     const Contest contests[] = {
-        {"decoder to FFmpeg on one thread, processor time", &Usage::processor, 1.05,
-         [&] { return DecodeAlone(clip, 1, file); }, plain},
-        {"decoder to FFmpeg on all threads, wall time", &Usage::wall, 1.0,
-         [&] { return DecodeAlone(clip, 0, file); }, plain},
-        {"decoder without files to FFmpeg with them, processor time", &Usage::processor, 1.0,
-         [&] { return DecodeAlone(clip, 1, file); }, [&] { return RunClient({clip}); }},
-        {"encoder to FFmpeg, processor time", &Usage::processor, 1.15,
-         [&] { return EncodeAlone(clip, file); },
-         [&] {
-             return RunClient({"--encode", "--out", out, clip});
-         }},
-        {"decoder with LX2_TRACE to without, processor time", &Usage::processor, 1.03, plain,
-         [&] {
-             setenv("LX2_TRACE", (folder + "/trace.json").c_str(), 1);
-             return RunClient(decode);
-         }},
+        {"decoder to FFmpeg on one thread, processor time",
+         &Usage::processor,
+         1.05,
+         {"decode", "1", clip, file},
+         decode},
+        {"decoder to FFmpeg on all threads, wall time",
+         &Usage::wall,
+         1.0,
+         {"decode", "0", clip, file},
+         decode},
+        {"decoder without files to FFmpeg with them, processor time",
+         &Usage::processor,
+         1.0,
+         {"decode", "1", clip, file},
+         {clip}},
+        {"encoder to FFmpeg, processor time",
+         &Usage::processor,
+         1.15,
+         {"encode", "1", clip, file},
+         encode},
+        {"decoder with LX2_TRACE to without, processor time", &Usage::processor, 1.03, decode,
+         decode, LX2_CLIENT, folder + "/trace.json"},
     };
     for (const Contest& contest : contests)
         Run(contest, rounds);
@@ -224,6 +241,10 @@ int main(int argc, char** argv) {
     if (argc > 1 && argv[1][0] == '-')
         return 0;
     av_log_set_level(AV_LOG_QUIET);
+    if (argc == 5) {
+        const auto alone = strcmp(argv[1], "encode") == 0 ? EncodeAlone : DecodeAlone;
+        return alone(argv[3], atoi(argv[2]), argv[4]);
+    }
     const std::filesystem::path folder = WorkFolder();
     const int result = Compare(std::max(1, argc > 1 ? atoi(argv[1]) : 5), folder);
     std::filesystem::remove_all(folder);

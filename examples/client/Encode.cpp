@@ -1,7 +1,7 @@
-#include <C2PlatformSupport.h>
 #include <lx2/LX2BufferPool.h>
 #include <lx2/LX2FileDump.h>
 #include <lx2/PixFormat.h>
+#include <lx2host/GraphicPools.h>
 
 #include "../component/AvColor.h"
 #include "Pictures.h"
@@ -13,6 +13,8 @@ namespace {
 
 // Pictures ahead of those that the encoder holds back.
 constexpr size_t kAhead = 4;
+// As many as a camera's surface has.
+constexpr size_t kSlots = 64;
 
 struct Extension {
     const char* mediaType;
@@ -23,16 +25,10 @@ constexpr Extension kExtensions[] = {{"video/avc", "264"},
                                      {"video/x-vnd.on2.vp8", "ivf"},
                                      {"video/x-vnd.on2.vp9", "ivf"}};
 
-std::unique_ptr<LX2GraphicBufferPool> MakePool() {
-    std::shared_ptr<C2BlockPool> blocks;
-    android::GetCodec2BlockPool(C2BlockPool::BASIC_GRAPHIC, nullptr, &blocks);
-    return LX2GraphicBufferPool::Create(blocks);
-}
-
 class Encoding {
   public:
     Encoding(const Options& options, host::Client* client, Report* report)
-        : mOptions(options), mClient(client), mReport(report), mPool(MakePool()) {}
+        : mOptions(options), mClient(client), mReport(report) {}
 
     void run(Pictures* pictures);
     void summarize(const Pictures& pictures);
@@ -46,7 +42,8 @@ class Encoding {
     const Options& mOptions;
     host::Client* const mClient;
     Report* const mReport;
-    const std::unique_ptr<LX2GraphicBufferPool> mPool;
+    const std::unique_ptr<LX2GraphicBufferPool> mPool =
+        LX2GraphicBufferPool::Create(std::make_shared<host::SlotGraphicPool>(kSlots));
     std::string mMediaType, mFile;
     std::unique_ptr<LX2FileDump> mStream;
     uint64_t mFrames = 0, mUnits = 0, mKeyFrames = 0, mBytes = 0, mConfigBytes = 0;
@@ -62,7 +59,10 @@ std::shared_ptr<C2Buffer> Encoding::fill(const AVFrame& picture, const Pictures&
                      picture.format == AV_PIX_FMT_P010LE ? PixFormat::MIREL_P010 : PixFormat::NV12,
                      C2MemoryUsage::CPU_READ | uint64_t{C2MemoryUsage::CPU_WRITE});
     std::shared_ptr<LX2Buffer> buffer;
-    if (mPool->allocate(&buffer) != C2_OK) {
+    LX2Status status = mPool->allocate(&buffer);
+    while (status == C2_BLOCKING && takeOne())
+        status = mPool->allocate(&buffer);
+    if (status != C2_OK) {
         mReport->error(name, "there is no buffer for it");
         return nullptr;
     }
