@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "Fixture.h"
-#include "client/Input.h"
+#include "client/ReadStream.h"
 
 namespace lx2::test {
 
@@ -31,6 +31,7 @@ constexpr Fault kFaults[] = {
     {"drain does nothing", "did not come back"},
     {"stop twice is taken", "stop"},
     {"reset fails", "reset"},
+    {"reset keeps values", "has another value"},
     {"release is refused", "release"},
     {"start is slow", "start"},
 };
@@ -41,10 +42,13 @@ class ComponentChecksTest : public Fixture {
     std::string check(const char* fault) {
         setenv("LX2_FAULT", fault, 1);
         std::string error, seen;
+        // It holds a change of size.
+        static const auto stream =
+            *example::ReadStream(LX2_SAMPLES_DIR "/avc_resize.264", 30, &error);
         const auto library = host::ComponentLibrary::Open(LX2_FAULTY, &error);
         EXPECT_NE(library, nullptr) << error;
         host::CheckComponent(
-            library, {stream()},
+            library, {stream},
             [&seen](const host::ComponentCheck& check) {
                 for (const auto* lines : {&check.faults, &check.warnings})
                     for (const std::string& line : *lines)
@@ -53,20 +57,6 @@ class ComponentChecksTest : public Fixture {
             std::chrono::milliseconds(*fault != '\0' ? 60 : 20000));
         log.take();
         return seen;
-    }
-    // 30 units of a sample, which hold a change of size.
-    static host::TestStream stream() {
-        std::string error;
-        const auto input = example::Input::Open(LX2_SAMPLES_DIR "/avc_resize.264", &error);
-        host::TestStream stream{input->mediaType(), {}};
-        while (stream.units.size() < 30) {
-            const auto packet = input->read();
-            stream.units.push_back({{packet->data, packet->data + packet->size},
-                                    false,
-                                    (packet->flags & AV_PKT_FLAG_KEY) != 0,
-                                    static_cast<uint64_t>(packet->pts)});
-        }
-        return stream;
     }
 };
 

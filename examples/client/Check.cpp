@@ -2,8 +2,7 @@
 
 #include <cstdio>
 
-#include "../component/ParameterSets.h"
-#include "Input.h"
+#include "ReadStream.h"
 #include "Session.h"
 
 namespace lx2::example {
@@ -12,28 +11,6 @@ namespace {
 
 // Long enough for every check, and decoded a dozen times in a short while.
 constexpr size_t kMostUnits = 150;
-
-host::TestStream ReadStream(Input* input) {
-    host::TestStream stream;
-    stream.mediaType = input->mediaType();
-    while (stream.units.size() < kMostUnits) {
-        const Packet packet = input->read();
-        if (packet == nullptr)
-            break;
-        const uint32_t config = stream.units.empty()
-                                    ? ParameterSetSize(stream.mediaType, packet->data,
-                                                       static_cast<uint32_t>(packet->size))
-                                    : 0;
-        const auto time = static_cast<uint64_t>(packet->pts);
-        if (config > 0)
-            stream.units.push_back({{packet->data, packet->data + config}, true, false, time});
-        stream.units.push_back({{packet->data + config, packet->data + packet->size},
-                                false,
-                                (packet->flags & AV_PKT_FLAG_KEY) != 0,
-                                time});
-    }
-    return stream;
-}
 
 }  // namespace
 
@@ -55,11 +32,11 @@ int Check(const Options& options, const std::shared_ptr<host::ComponentLibrary>&
                  {"avc.264", "avc_crop.264", "avc_resize.264", "hevc.265", "vp8.ivf", "vp9.ivf"})
                 files.push_back(SamplePath(name));
         for (const std::string& file : files) {
-            const auto input = Input::Open(file, error);
-            if (input == nullptr)
+            auto stream = ReadStream(file, kMostUnits, error);
+            if (!stream)
                 return kExitFailed;
-            if (!options.file.empty() || input->mediaType() == type)
-                streams.push_back(ReadStream(input.get()));
+            if (!options.file.empty() || stream->mediaType == type)
+                streams.push_back(std::move(*stream));
         }
         component->release();
     }

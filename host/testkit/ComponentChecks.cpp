@@ -11,7 +11,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <optional>
+#include <thread>
 #include <utility>
 
 namespace lx2::host {
@@ -42,6 +44,22 @@ std::shared_ptr<C2Buffer> PictureBuffer(uint32_t width, uint32_t height, uint32_
     return buffer.getSharedBuffer();
 }
 
+using Values = std::map<std::string, std::unique_ptr<C2Param>>;
+
+// Those of all parameters that have one, by name.
+Values ValuesOf(const C2ComponentInterface& interface) {
+    Values values;
+    std::vector<std::shared_ptr<C2ParamDescriptor>> descriptors;
+    interface.querySupportedParams_nb(&descriptors);
+    for (const auto& descriptor : descriptors) {
+        std::vector<std::unique_ptr<C2Param>> value;
+        interface.query_vb({}, {descriptor->index()}, C2_MAY_BLOCK, &value);
+        if (value.size() == 1 && value.front() != nullptr)
+            values[descriptor->name()] = std::move(value.front());
+    }
+    return values;
+}
+
 // A component for one check, and what the check finds.
 class Subject {
   public:
@@ -55,8 +73,7 @@ class Subject {
         }
         const auto input = mClient.query<C2StreamBufferTypeSetting::input>();
         mTakesPictures = input && input->value == C2BufferData::GRAPHIC;
-        if (!mTakesPictures)
-            mClient.useSurface(kSlots);
+        useSurface(kSlots);
     }
     ~Subject() {
         mClient.stop();
@@ -81,6 +98,12 @@ class Subject {
     void expect(const std::string& what, c2_status_t status, c2_status_t wanted) {
         if (status != wanted)
             fail(what + ": " + std::to_string(status) + " in place of " + std::to_string(wanted));
+    }
+
+    // For its output, where that is pictures.
+    void useSurface(size_t slots) {
+        if (!mTakesPictures)
+            mSurface = mClient.useSurface(slots);
     }
 
     void start() { expect("start", mClient.start(), C2_OK); }
@@ -156,6 +179,7 @@ class Subject {
     ComponentCheck* const mCheck;
     const milliseconds mPatience;
     Client mClient;
+    std::shared_ptr<SlotGraphicPool> mSurface;
     bool mTakesPictures = false;
     uint32_t mWidth = 320, mHeight = 240;
     uint32_t mPictures = 0;
@@ -192,6 +216,7 @@ class Checks {
     void wrongStates(Subject& subject);
     void releases(Subject& subject);
     void stopWithWork(Subject& subject);
+    void resetToDefaults(Subject& subject);
     void wholeStream(Subject& subject);
     void endAlone(Subject& subject);
     void endInFirst(Subject& subject);
@@ -244,25 +269,24 @@ const Checks::Row Checks::kRows[] = {
     {"streams one after another", Row::kStream, &Checks::severalStreams},
     {"odd sizes", Row::kPictures, &Checks::oddSizes},
     {"another bit rate on the way", Row::kPictures, &Checks::bitrateChange},
-    {"stop and reset abandon work", Row::kInput, &Checks::stopWithWork},
+    {"flush, stop and reset abandon work, and end a wait for a buffer", Row::kInput,
+     &Checks::stopWithWork},
+    {"reset brings the defaults back", Row::kInput, &Checks::resetToDefaults},
 };
 
 void Checks::parameters(Subject& subject) {
     C2ComponentInterface& intf = *subject.client().component()->intf();
     std::vector<std::shared_ptr<C2ParamDescriptor>> descriptors;
     subject.expect("querySupportedParams", intf.querySupportedParams_nb(&descriptors), C2_OK);
+    const Values values = ValuesOf(intf);
     for (const auto& descriptor : descriptors) {
-        const std::string& name = descriptor->name();
-        std::vector<std::unique_ptr<C2Param>> values;
-        subject.expect("query of " + name,
-                       intf.query_vb({}, {descriptor->index()}, C2_MAY_BLOCK, &values), C2_OK);
-        if (values.size() != 1 || values.front() == nullptr) {
-            subject.fail(name + " has no value");
-            continue;
-        }
+        if (values.count(descriptor->name()) == 0)
+            subject.fail(descriptor->name() + " has no value");
+    }
+    for (const auto& [name, value] : values) {
         std::vector<std::unique_ptr<C2SettingResult>> failures;
         subject.expect(name + " set to its own value",
-                       intf.config_vb({values.front().get()}, C2_MAY_BLOCK, &failures), C2_OK);
+                       intf.config_vb({value.get()}, C2_MAY_BLOCK, &failures), C2_OK);
         if (!failures.empty())
             subject.fail(name + " is refused its own value");
     }
@@ -456,10 +480,13 @@ void Checks::bitrateChange(Subject& subject) {
 }
 
 void Checks::stopWithWork(Subject& subject) {
-    const OpenResources before;
     for (int i = 0; i < 4; ++i) {
+        subject.useSurface(2);  // the client keeps both pictures
         subject.start();
         subject.queue(mUnits, 0, std::min<size_t>(mUnits.size(), 10));
+        std::this_thread::sleep_for(milliseconds(10 * i));
+        if (i == 2)
+            subject.flush();
         if (i % 2 == 0)
             subject.expect("stop", subject.client().stop(), C2_OK);
         else
@@ -467,6 +494,21 @@ void Checks::stopWithWork(Subject& subject) {
     }
     while (subject.collect(milliseconds(0))) {
     }
+}
+
+void Checks::resetToDefaults(Subject& subject) {
+    const auto fresh = mLibrary->createComponent();
+    subject.start();
+    subject.queue(mUnits, 0, mUnits.size(), kEnd);
+    subject.finish();
+    subject.expect("reset", subject.client().reset(), C2_OK);
+    const Values defaults = ValuesOf(*fresh->intf());
+    for (const auto& [name, value] : ValuesOf(*subject.client().component()->intf())) {
+        const auto found = defaults.find(name);
+        if (found == defaults.end() || *found->second != *value)
+            subject.fail(name + " has another value than in the beginning");
+    }
+    fresh->release();
 }
 
 std::vector<ComponentCheck> Checks::run(const std::function<void(const ComponentCheck&)>& done) {

@@ -82,7 +82,11 @@ class Faulty : public C2Component,
         }
         return Has("stop twice is taken") ? C2_OK : status;
     }
-    c2_status_t reset() override { return Has("reset fails") ? C2_BAD_STATE : mReal->reset(); }
+    c2_status_t reset() override {
+        if (Has("reset keeps values"))
+            return mReal->stop(), C2_OK;
+        return Has("reset fails") ? C2_BAD_STATE : mReal->reset();
+    }
     c2_status_t release() override {
         return Has("release is refused") ? C2_BAD_STATE : mReal->release();
     }
