@@ -9,25 +9,14 @@
 #include <vector>
 
 extern "C" {
-#include <libavcodec/avcodec.h>
 #include <libavcodec/bsf.h>
 #include <libavformat/avformat.h>
 }
 
+#include "../component/AvPointers.h"
 #include "DisplayTimes.h"
 
 namespace lx2::example {
-
-template <auto kFree>
-struct FreeAv {
-    template <typename T>
-    void operator()(T* object) const {
-        kFree(&object);
-    }
-};
-using Packet = std::unique_ptr<AVPacket, FreeAv<av_packet_free>>;
-using Picture = std::unique_ptr<AVFrame, FreeAv<av_frame_free>>;
-using Context = std::unique_ptr<AVCodecContext, FreeAv<avcodec_free_context>>;
 
 std::string ErrorText(int error);
 

@@ -6,10 +6,6 @@
 #include <lx2/LX2StreamParser.h>
 #include <lx2host/VideoCore.h>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
-
 #include <atomic>
 #include <cstring>
 #include <deque>
@@ -17,19 +13,11 @@ extern "C" {
 #include <utility>
 
 #include "../component/AvColor.h"
+#include "../component/AvPointers.h"
 
 namespace lx2::example {
 
 namespace {
-
-struct Free {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-using Context = std::unique_ptr<AVCodecContext, Free>;
-using Frame = std::unique_ptr<AVFrame, Free>;
-using Packet = std::unique_ptr<AVPacket, Free>;
 
 // A unit that nothing has been told of. Every picture that was begun of it shares it: once none is
 // left, none is going to be shown.
@@ -71,8 +59,8 @@ bool MaySkip(const uint8_t* data, size_t size) {
 }
 
 // The picture with its last column and row of luma once more; chroma has as many of an even size.
-Frame EvenSized(const AVFrame& frame, size_t sampleBytes) {
-    Frame even(av_frame_alloc());
+Picture EvenSized(const AVFrame& frame, size_t sampleBytes) {
+    Picture even(av_frame_alloc());
     if (even == nullptr)
         return nullptr;
     even->format = frame.format;
@@ -119,14 +107,14 @@ class Hardware final : public DecoderHardware {
     static void NoteComplaint(void* object, int level, const char* format, va_list arguments);
 
     void collect();
-    void tell(Frame frame);
+    void tell(Picture frame);
     void settle();
     void replay();
     void forgetUnitsBefore(int64_t number);
 
     bool mReorders = false;
     Context mContext;
-    Frame mFrame;
+    Picture mFrame;
     std::atomic<bool> mComplained{false};  // libavcodec did, in its log
     std::shared_ptr<Unit> mCurrent;        // that is being decoded
     std::map<int64_t, std::shared_ptr<Unit>> mUnits;
@@ -207,7 +195,7 @@ void Hardware::submit(const uint8_t* data, size_t size, uint64_t number) {
 
 void Hardware::collect() {
     while (avcodec_receive_frame(mContext.get(), mFrame.get()) == 0) {
-        Frame frame(av_frame_alloc());
+        Picture frame(av_frame_alloc());
         if (frame != nullptr) {
             av_frame_move_ref(frame.get(), mFrame.get());
             tell(std::move(frame));
@@ -216,7 +204,7 @@ void Hardware::collect() {
     }
 }
 
-void Hardware::tell(Frame frame) {
+void Hardware::tell(Picture frame) {
     const int64_t number = frame->pts;
     const bool again = !mDone.empty() && mDone.back().unit == static_cast<uint64_t>(number);
     const auto found = mUnits.find(number);
@@ -238,7 +226,7 @@ void Hardware::tell(Frame frame) {
     if (decoded.keyFrame)
         forgetUnitsBefore(std::exchange(mKeyFrame, number));
     if (IsKnown(frame->format))
-        decoded.picture = {frame.release(), Free()};
+        decoded.picture = std::shared_ptr<AVFrame>(std::move(frame));
     else
         decoded.status = C2_OMITTED;
     if (found != mUnits.end())
@@ -313,7 +301,7 @@ void Hardware::flush() {
 // The video core writes through its own mapping: the CPU has no part in it.
 bool Hardware::write(const DecodedUnit& decoded, const LX2Buffer::Graphic& target) {
     const auto* frame = static_cast<const AVFrame*>(decoded.picture.get());
-    Frame even;
+    Picture even;
     if (frame->width % 2 != 0 || frame->height % 2 != 0) {
         even = EvenSized(*frame, decoded.bitDepth == 10 ? 2 : 1);
         frame = even.get();

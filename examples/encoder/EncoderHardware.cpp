@@ -16,18 +16,11 @@ extern "C" {
 #include <utility>
 
 #include "../component/AvColor.h"
+#include "../component/AvPointers.h"
 
 namespace lx2::example {
 
 namespace {
-
-struct Free {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-using Context = std::unique_ptr<AVCodecContext, Free>;
-using Frame = std::unique_ptr<AVFrame, Free>;
 
 // Pictures leave in the order in which they come, and key frames are where the component wants
 // them.
@@ -125,7 +118,7 @@ class Hardware final : public EncoderHardware {
     void flush() override;
 
   private:
-    Frame copy(LX2Buffer::Graphic& view, const Window& window) const;
+    Picture copy(LX2Buffer::Graphic& view, const Window& window) const;
     std::string open(const AVFrame& frame, const EncoderSetup& setup);
     std::string send(AVFrame* frame, const EncoderSetup& setup, uint64_t unit, bool keyFrame);
     void collect();
@@ -175,14 +168,14 @@ std::string Hardware::open(const AVFrame& frame, const EncoderSetup& setup) {
     return "";
 }
 
-Frame Hardware::copy(LX2Buffer::Graphic& view, const Window& window) const {
+Picture Hardware::copy(LX2Buffer::Graphic& view, const Window& window) const {
     auto picture =
         host::ReadFrame(view.fd(), view.offset(), view.format(), view.width(), view.height());
     if (!picture)
         return nullptr;
     if (picture->bitDepth == 10 && !mCodec.takesTenBits)
         picture = picture->withBitDepth(8);
-    Frame frame(av_frame_alloc());
+    Picture frame(av_frame_alloc());
     if (frame == nullptr)
         return nullptr;
     frame->format = picture->bitDepth == 10 ? AV_PIX_FMT_YUV420P10LE : AV_PIX_FMT_YUV420P;
@@ -205,12 +198,12 @@ std::string Hardware::encode(LX2Buffer::Graphic& view, const EncoderSetup& setup
     const auto planes =
         mCodec.takesPairs && inside ? view.mapPlanesReadOnly() : LX2Buffer::Planes();
     if (planes.count() != 2 || planes[0].rowBytes != view.width()) {
-        const Frame frame = copy(view, window);
+        const Picture frame = copy(view, window);
         return frame == nullptr ? "the picture can't be read"
                                 : send(frame.get(), setup, unit, keyFrame);
     }
     // The encoder reads the client's memory, and is done with it when the call returns.
-    const Frame frame(av_frame_alloc());
+    const Picture frame(av_frame_alloc());
     if (frame == nullptr)
         return "no memory";
     frame->format = AV_PIX_FMT_NV12;
@@ -246,7 +239,7 @@ std::string Hardware::send(AVFrame* frame, const EncoderSetup& setup, uint64_t u
 }
 
 void Hardware::collect() {
-    const std::unique_ptr<AVPacket, Free> packet(av_packet_alloc());
+    const Packet packet(av_packet_alloc());
     while (packet != nullptr && avcodec_receive_packet(mContext.get(), packet.get()) == 0) {
         mDone.push_back({mWaiting.front(),
                          {packet->data, packet->data + packet->size},
