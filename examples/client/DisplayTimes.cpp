@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 namespace lx2::example {
 
@@ -13,32 +14,24 @@ constexpr size_t kWindow = 33;
 }  // namespace
 
 DisplayTimes::DisplayTimes(AVCodecID codec, AVRational rate)
-    : mParser(av_parser_init(codec)),
+    : mParser(av_parser_init(codec), &av_parser_close),
       mContext(avcodec_alloc_context3(avcodec_find_decoder(codec))),
       mRate(rate) {
     if (mParser != nullptr)
         mParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
 }
 
-DisplayTimes::~DisplayTimes() {
-    for (Unit& unit : mUnits)
-        av_packet_free(&unit.packet);
-    av_parser_close(mParser);
-    AVCodecContext* context = mContext;
-    avcodec_free_context(&context);
-}
-
-void DisplayTimes::put(AVPacket* packet) {
+void DisplayTimes::put(Packet packet) {
     uint8_t* parsed = nullptr;
     int size = 0;
     if (mParser != nullptr)
-        av_parser_parse2(mParser, mContext, &parsed, &size, packet->data, packet->size,
+        av_parser_parse2(mParser.get(), mContext.get(), &parsed, &size, packet->data, packet->size,
                          AV_NOPTS_VALUE, AV_NOPTS_VALUE, -1);
     const int64_t order = mParser != nullptr ? mParser->output_picture_number : 0;
     // A key frame that is shown before pictures read earlier is counted from zero.
     const bool first = (packet->flags & AV_PKT_FLAG_KEY) != 0 && order <= mLargest;
     mLargest = first ? order : std::max(mLargest, order);
-    mUnits.push_back({packet, first || mUnits.empty(), order});
+    mUnits.push_back({std::move(packet), first || mUnits.empty(), order});
 }
 
 // Looks at the units of the sequence that are there: how far apart pictures are, and how many come
@@ -54,17 +47,17 @@ void DisplayTimes::beginSequence() {
     mBase = mShown - *orders.begin() / mStep;
 }
 
-AVPacket* DisplayTimes::take(bool atEnd) {
+Packet DisplayTimes::take(bool atEnd) {
     if (mUnits.empty() || (!atEnd && mUnits.size() < kWindow))
         return nullptr;
     if (mUnits.front().first)
         beginSequence();
-    const Unit unit = mUnits.front();
+    Unit unit = std::move(mUnits.front());
     mUnits.pop_front();
     const int64_t shown = mBase + unit.order / mStep;
     mShown = std::max(mShown, shown + 1);
     unit.packet->pts = av_rescale_q(shown, {mRate.den, mRate.num}, {1, 1000000});
-    return unit.packet;
+    return std::move(unit.packet);
 }
 
 }  // namespace lx2::example

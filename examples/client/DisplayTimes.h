@@ -6,33 +6,30 @@
 #include <deque>
 #include <memory>
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
+#include "../component/AvPointers.h"
 
 namespace lx2::example {
 
 class DisplayTimes {
   public:
     DisplayTimes(AVCodecID codec, AVRational rate);
-    ~DisplayTimes();
 
     // Takes the units in the order of decoding, and gives them back in it with pts set, in
     // microseconds. Units are kept back until the order of those around them is known.
-    void put(AVPacket* unit);
+    void put(Packet unit);
     // Null when further units are needed first; at the end of the stream call it until it is null.
-    AVPacket* take(bool atEnd);
+    Packet take(bool atEnd);
 
   private:
     struct Unit {
-        AVPacket* packet;
+        Packet packet;
         bool first;     // of a sequence that is counted anew
         int64_t order;  // of display within the sequence
     };
     void beginSequence();
 
-    AVCodecParserContext* const mParser;
-    AVCodecContext* const mContext;
+    const std::unique_ptr<AVCodecParserContext, decltype(&av_parser_close)> mParser;
+    const Context mContext;
     const AVRational mRate;
     std::deque<Unit> mUnits;
     int64_t mLargest = INT64_MIN;  // order in the sequence that is read

@@ -149,12 +149,12 @@ Packet Input::readUnit() {
     const AVRational microseconds{1, 1000000};
     for (;;) {
         if (mTimes != nullptr) {
-            if (AVPacket* unit = mTimes->take(false))
-                return Packet(unit);
+            if (Packet unit = mTimes->take(false))
+                return unit;
         }
         Packet packet = nextFiltered();
         if (packet == nullptr)
-            return Packet(mTimes == nullptr ? nullptr : mTimes->take(true));
+            return mTimes == nullptr ? nullptr : mTimes->take(true);
         if (packet->size == 0)
             continue;  // a frame that the encoder dropped
         const AVCodecID codec = stream().codecpar->codec_id;
@@ -166,7 +166,7 @@ Packet Input::readUnit() {
         if (mTimes == nullptr && reorders && !timed && mLastTime == 0)
             mTimes = std::make_unique<DisplayTimes>(codec, rate());
         if (mTimes != nullptr) {
-            mTimes->put(packet.release());
+            mTimes->put(std::move(packet));
             continue;
         }
         const int64_t time = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
