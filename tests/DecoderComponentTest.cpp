@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <random>
+#include <set>
 #include <thread>
 
 #include "Fixture.h"
@@ -125,6 +126,16 @@ class DecoderComponentTest : public Fixture {
     bool jumps = false;
     uint64_t base = 0;
 };
+
+// The raw samples carry no times, and have pictures that are shown before those in front of them.
+TEST_F(DecoderComponentTest, RawStreamsAreTimedInTheOrderOfDisplay) {
+    for (const char* name : {"avc.264", "hevc.265"}) {
+        std::set<uint64_t> times;
+        for (const Clip::Unit& unit : ClipOf(name).units)
+            times.insert(unit.timestamp);
+        EXPECT_EQ(*times.rbegin(), (times.size() - 1) * 1000000 / 24) << name;
+    }
+}
 
 // After a drain without an end of the stream what follows may still refer to what was before.
 TEST_F(DecoderComponentTest, ADrainGivesOutWhatWaitsAndLosesNothing) {
