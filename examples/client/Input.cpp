@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 extern "C" {
+#include <libavutil/common.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -170,10 +171,12 @@ Packet Input::readUnit() {
             continue;
         }
         const int64_t time = packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts;
-        const int64_t start = stream().start_time;  // below zero where pictures come before it
-        packet->pts = time == AV_NOPTS_VALUE ? mLastTime + 1
-                                             : av_rescale_q(time - std::min<int64_t>(start, 0),
-                                                            mFilter->time_base_out, microseconds);
+        // Below zero where pictures come before it.
+        const int64_t start = stream().start_time == AV_NOPTS_VALUE ? 0 : stream().start_time;
+        packet->pts = time == AV_NOPTS_VALUE
+                          ? mLastTime + 1
+                          : av_rescale_q(av_sat_sub64(time, std::min<int64_t>(start, 0)),
+                                         mFilter->time_base_out, microseconds);
         return packet;
     }
 }
