@@ -185,8 +185,8 @@ c2_status_t Component::queue_nb(std::list<std::unique_ptr<C2Work>>* const items)
     return C2_OK;
 }
 
-// All work goes back at once, but for codec configuration that the codec has not seen: what is
-// queued next may need it.
+// All work goes back at once, but for codec configuration that the codec has not seen, which what
+// is queued next may need, and a work of which a part is on its way to the client.
 c2_status_t Component::flush_sm(flush_mode_t,
                                 std::list<std::unique_ptr<C2Work>>* const flushedWork) {
     if (flushedWork == nullptr)
@@ -194,11 +194,13 @@ c2_status_t Component::flush_sm(flush_mode_t,
     std::lock_guard<std::mutex> guard(mLock);
     if (mState != State::Running)
         return C2_BAD_STATE;
-    mTasks = {{Task::kFlush}};
+    mTasks = {{Task::kFlush, mLastKey}};
     for (auto each = mPending.begin(); each != mPending.end();) {
         Pending& pending = each->second;
         if (!pending.started && (pending.work->input.flags & C2FrameData::FLAG_CODEC_CONFIG) != 0) {
             mTasks.push_back({Task::kWork, each->first});
+            ++each;
+        } else if (each->first == mPartOut) {
             ++each;
         } else {
             flushedWork->push_back(std::move(pending.work));
@@ -273,6 +275,7 @@ void Component::finish(uint64_t key, Output output) {
         if (output.more) {
             done.push_back(Clone(*pending.work));
             fill(done.back().get(), output, C2FrameData::FLAG_INCOMPLETE);
+            mPartOut = key;
         } else {
             done.push_back(std::move(pending.work));
             fill(done.back().get(), output,
@@ -282,6 +285,21 @@ void Component::finish(uint64_t key, Output output) {
     }
     tellListener(
         [&](Listener& listener) { listener.onWorkDone_nb(weak_from_this(), std::move(done)); });
+    std::lock_guard<std::mutex> guard(mLock);
+    mPartOut = 0;
+}
+
+// Of the works up to this one, those that the codec had and has nothing for.
+void Component::finishRest(uint64_t last) {
+    std::vector<uint64_t> rest;
+    {
+        std::lock_guard<std::mutex> guard(mLock);
+        for (const auto& [key, pending] : mPending)
+            if (key <= last && pending.started)
+                rest.push_back(key);
+    }
+    for (const uint64_t key : rest)
+        finish(key, {});
 }
 
 void Component::run() {
@@ -307,12 +325,14 @@ void Component::run() {
 }
 
 void Component::perform(const Task& task) {
-    if (task.kind == Task::kWork)
+    if (task.kind == Task::kWork) {
         process(task.key);
-    else if (task.kind == Task::kFlush)
+    } else if (task.kind == Task::kFlush) {
         mCodec->flush();
-    else
+        finishRest(task.key);
+    } else {
         drain(task.key, task.kind == Task::kDrainToEnd);
+    }
 }
 
 void Component::process(uint64_t key) {
@@ -357,16 +377,8 @@ void Component::process(uint64_t key) {
 
 void Component::drain(uint64_t last, bool endsStream) {
     mCodec->drain(endsStream);
-    if (mFault != C2_OK)
-        return;
-    std::vector<uint64_t> left;
-    {
-        std::lock_guard<std::mutex> guard(mLock);
-        for (auto each = mPending.begin(); each != mPending.end() && each->first <= last; ++each)
-            left.push_back(each->first);
-    }
-    for (const uint64_t key : left)
-        finish(key, {});
+    if (mFault == C2_OK)
+        finishRest(last);
 }
 
 void Component::giveUp() {

@@ -67,7 +67,7 @@ class Component final : public C2Component,
     };
     using PendingWork = std::map<uint64_t, Pending>;  // by key
 
-    // key: the work's, or of a drain the last one's before it.
+    // key: the work's, or of a drain or a flush the last one's before it.
     struct Task {
         enum Kind { kWork, kDrain, kDrainToEnd, kFlush } kind;
         uint64_t key = 0;
@@ -92,6 +92,7 @@ class Component final : public C2Component,
     void perform(const Task& task);
     void process(uint64_t key);
     void drain(uint64_t last, bool endsStream);
+    void finishRest(uint64_t last);
     void giveUp();
     template <typename Call>
     void tellListener(Call call);
@@ -110,6 +111,7 @@ class Component final : public C2Component,
     std::deque<Task> mTasks;
     PendingWork mPending;  // queued, or with the codec
     uint64_t mLastKey = 0;
+    uint64_t mPartOut = 0;  // the work of which the client is given a part; 0: none
     bool mHalting = false;
     std::atomic<bool> mInterrupted{false};  // changed under the lock
 

@@ -103,7 +103,7 @@ class Client::Listener : public C2Component::Listener {
         for (auto& work : works)
             take(std::move(work), true);
         mOutputs.clear();
-        mDrains = 0;
+        mDrains = std::min(mDrains, mQueued.size());  // some may be on their way
         if (mChecks)
             mChecks->restart();
     }
