@@ -99,6 +99,7 @@ check "HDR that is set" encode set "${kind[@]}" "${hdr_settings[@]}" --set raw.h
 side_data() { ffprobe -v error -show_frames -read_intervals "%+#1" "$1" | grep -E '^(red|green|blue|white|max|min)_'; }
 same_display() { [ "$(side_data hdr.mp4 | grep -Fxcf <(side_data "$(stream hdr)"))" -ge 9 ]; }
 check "HDR: the stream has it, as exactly as the display's record" same_display
+check "HDR: and the colors" test "$(probe hdr stream=color_space,color_transfer,color_primaries)" = bt2020nc,smpte2084,bt2020
 check "HDR: light levels are whole" grep -q '^max_content=1000$' <(side_data "$(stream hdr)")
 check "HDR that is set is in the stream" \
     test "$(side_data "$(stream set)" | grep -cE '^(green_y=34500/50000|max_luminance=10000000/10000|max_content=1000)$')" -eq 3

@@ -57,17 +57,17 @@ ComponentLibrary::~ComponentLibrary() {
 
 std::shared_ptr<C2Component> ComponentLibrary::createComponent() {
     std::shared_ptr<C2Component> component;
-    mFactory->createComponent(kNode, &component,
-                              [library = shared_from_this()](C2Component* made) { delete made; });
-    return component;
+    const c2_status_t status = mFactory->createComponent(
+        kNode, &component, [library = shared_from_this()](C2Component* made) { delete made; });
+    return status == C2_OK ? component : nullptr;
 }
 
 std::shared_ptr<C2ComponentInterface> ComponentLibrary::createInterface() {
     std::shared_ptr<C2ComponentInterface> interface;
-    mFactory->createInterface(
+    const c2_status_t status = mFactory->createInterface(
         kNode, &interface,
         [library = shared_from_this()](C2ComponentInterface* made) { delete made; });
-    return interface;
+    return status == C2_OK ? interface : nullptr;
 }
 
 namespace {
