@@ -1,0 +1,67 @@
+// The stand-ins: what is left open is named, and memory is mapped as a device maps it.
+#include <lx2/PixFormat.h>
+#include <lx2host/OpenResources.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "Blocks.h"
+#include "Fixture.h"
+
+namespace lx2::test {
+
+TEST(OpenResourcesTest, TellsWhatIsOpenAndWhoMadeIt) {
+    const host::OpenResources before;
+    const auto buffer = GraphicBuffer(64, 48, PixFormat::NV12);
+    const auto mapping = buffer->graphic()->map();
+    std::FILE* file = fopen("/dev/null", "r");
+    EXPECT_THAT(
+        before.leftOpen(),
+        ElementsAre(MatchesRegex("5 descriptors: .*[0-9]+ is graphic 0x[0-9a-f]+ NV12 64x48 "
+                                 "by host_test, 8192 bytes; .*[0-9]+ is metadata of "
+                                 "0x[0-9a-f]+ by host_test, 16384 bytes.*"),
+                    MatchesRegex("1 buffer mappings: [0-9a-f]+-[0-9a-f]+ is graphic "
+                                 "0x[0-9a-f]+ NV12 64x48 by host_test"),
+                    "1 imported handles", "1 cache brackets"));
+    EXPECT_THAT(before.leftOpen()[0], HasSubstr(" is /dev/null"));
+    fclose(file);
+}
+
+// A sanitizer's own page faults would count.
+__attribute__((no_sanitize("address", "thread"))) void Touch(volatile uint8_t* bytes, size_t size) {
+    for (size_t at = 0; at < size; at += 4096)
+        bytes[at] = 1;
+}
+
+// Mapped as a device does: all pages at once, none beyond the end, gone when unmapped.
+TEST(DmaBufTest, MapsWholePagesInPlaceAndNothingElse) {
+    constexpr size_t kPages = 256, kPage = 4096;
+    const int fd = host::AllocateDmaBuf(kPages * kPage - 100);
+    for (const auto& [length, offset] :
+         {std::pair(kPages * kPage + 1, 0), std::pair(kPages * kPage, 4096), {1, 1 << 20}}) {
+        errno = 0;
+        EXPECT_EQ(mmap(nullptr, length, PROT_READ, MAP_SHARED, fd, offset), MAP_FAILED) << length;
+        EXPECT_EQ(errno, EINVAL);
+    }
+    const auto map = [fd](int protection) {
+        return static_cast<volatile uint8_t*>(
+            mmap(nullptr, kPages * kPage, protection, MAP_SHARED, fd, 0));
+    };
+    auto* bytes = map(PROT_READ | PROT_WRITE);
+    rusage before{}, after{};
+    getrusage(RUSAGE_SELF, &before);
+    Touch(bytes, kPages * kPage);
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_minflt - before.ru_minflt, 16);
+    munmap(const_cast<uint8_t*>(bytes), kPages * kPage);
+    EXPECT_DEATH(bytes[0] = 2, "");
+    bytes = map(PROT_READ);
+    EXPECT_EQ(bytes[0], 1);
+    EXPECT_DEATH(bytes[0] = 2, "");
+    munmap(const_cast<uint8_t*>(bytes), kPages * kPage);
+    close(fd);
+}
+
+}  // namespace lx2::test
