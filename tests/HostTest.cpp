@@ -1,11 +1,14 @@
-// The stand-ins: what is left open is named, and memory is mapped as a device maps it.
+// The stand-ins: what is left open is named, frames lie as described, and memory is mapped as a
+// device maps it.
 #include <lx2/PixFormat.h>
+#include <lx2host/FrameLayout.h>
 #include <lx2host/OpenResources.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 #include "Blocks.h"
 #include "Fixture.h"
@@ -27,6 +30,41 @@ TEST(OpenResourcesTest, TellsWhatIsOpenAndWhoMadeIt) {
                     "1 imported handles", "1 cache brackets"));
     EXPECT_THAT(before.leftOpen()[0], HasSubstr(" is /dev/null"));
     fclose(file);
+}
+
+// All values are written before the first one is looked at: none lies on another one.
+TEST(FrameLayoutTest, EachValueLiesWhereItIsDescribed) {
+    for (const uint32_t format :
+         {PixFormat::NV12, PixFormat::YV12, PixFormat::RGBA8888, PixFormat::MIREL_P010,
+          PixFormat::MIREL_NV12_CMPX, PixFormat::MIREL_TP10, PixFormat::RGBA8888_CMPX}) {
+        const host::FrameLayout layout = *host::LayoutOf(format, 322, 70);
+        std::vector<uint8_t> memory(layout.end());
+        const auto value = [&](uint32_t plane, uint32_t row, uint32_t i) {
+            return uint16_t((plane * 501 + row * 337 + i * 29) % (1u << layout.bitDepth));
+        };
+        for (const bool written : {false, true}) {
+            for (uint32_t p = 0; p < layout.planeCount; ++p) {
+                const host::PlaneLayout& plane = layout.planes[p];
+                std::vector<uint16_t> values(plane.values());
+                for (uint32_t y = 0; y < plane.height; ++y) {
+                    for (uint32_t i = 0; i < plane.values(); ++i) {
+                        values[i] = value(p, y, i);
+                        uint32_t word = 0;
+                        memcpy(&word,
+                               &memory[plane.valueAt(i / plane.channels, i % plane.channels, y)],
+                               plane.packed ? 4 : plane.valueBytes);
+                        word = plane.packed            ? word >> i % 3 * 10 & 0x3FF
+                               : plane.valueBytes == 2 ? word >> 6
+                                                       : word;
+                        ASSERT_TRUE(!written || word == values[i])
+                            << format << " " << p << " " << i;
+                    }
+                    if (!written)
+                        plane.write(memory.data(), y, values.data());
+                }
+            }
+        }
+    }
 }
 
 // A sanitizer's own page faults would count.
