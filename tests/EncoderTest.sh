@@ -118,9 +118,10 @@ done
 make fields.mp4 320x192 yuv420p 10 -vf interlace -flags +ilme+ildct -c:v libx264 -x264-params tff=1
 check "interlaced video" encode fields fields.mp4
 check "interlaced video is said" says fields "interlaced  *[0-9]+ frames, encoded as progressive"
-make full.mp4 64x48 yuvj420p 3
+make full.mp4 64x48 yuvj420p 3 -color_primaries bt709 -color_trc bt709 -colorspace bt709
 check "full range" encode full full.mp4
-check "full range is in the stream" test "$(probe full stream=color_range)" = pc
+check "full range is in the stream, and its colors" \
+    test "$(probe full stream=color_range,color_space,color_transfer,color_primaries)" = pc,bt709,bt709,bt709
 check "a made picture" encode made
 check "a made picture: as many frames" decodes_as made 60
 check "dumps" encode dump --set vendor.lx2-encoder-dump.value="$work" clip.y4m

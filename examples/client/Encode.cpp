@@ -198,7 +198,11 @@ bool Encode(const Options& options, Parameters* parameters, host::Client* client
     C2StreamPictureSizeInfo::input size(0u, static_cast<uint32_t>(pictures->width()),
                                         static_cast<uint32_t>(pictures->height()));
     C2StreamFrameRateInfo::output frameRate(0u, static_cast<float>(av_q2d(rate)));
-    client->config({&size, &frameRate});
+    // The display's record of a buffer does not tell every transfer.
+    const C2ColorAspectsStruct aspects = AspectsOf(pictures->first());
+    C2StreamColorAspectsInfo::input color(0u, aspects.range, aspects.primaries, aspects.transfer,
+                                          aspects.matrix);
+    client->config({&size, &frameRate, &color});
     *error = parameters->set(client->component()->intf().get(), options.settings);
     if (!error->empty())
         return false;

@@ -24,6 +24,8 @@ class Pictures {
     // padded to even dimensions by repeating the last column and row. Its pts is in microseconds.
     // Null at the end, and after damage.
     Picture next();
+    // The first one, as long as next() was not called.
+    const AVFrame& first() const { return *mAhead; }
 
     const std::string& name() const { return mName; }
     AVRational rate() const { return mRate; }  // pictures a second
