@@ -72,7 +72,8 @@ int DecodeAlone(const std::string& clip, int threads, const std::string& target)
     FILE* out = fopen(target.c_str(), "wb");
     if (out == nullptr)
         return 1;
-    setvbuf(out, nullptr, _IOFBF, 256 * 1024);
+    std::vector<char> buffer(256 * 1024);
+    setvbuf(out, buffer.data(), _IOFBF, buffer.size());
     const bool good = Decode(clip, threads, [out](AVFrame* frame) {
         for (int plane = 0; frame != nullptr && plane < 3; ++plane) {
             const int width = plane == 0 ? frame->width : (frame->width + 1) / 2;
