@@ -25,7 +25,9 @@ trap '' XFSZ
 (
     ulimit -f $((16 * 1024))
     export LD_LIBRARY_PATH=$flaky:$real
-    exec "$client" --slots 4 --out "$work/out" "$work/long.264" >"$work/summary.txt" 2>"$work/log.txt"
+    # The compressed format (MIREL_NV12_CMPX): its frames are converted before they are dumped.
+    exec "$client" --slots 4 --set raw.pixel-format.value=$((0x7FA30C06)) --out "$work/out" \
+        "$work/long.264" >"$work/summary.txt" 2>"$work/log.txt"
 ) &
 watch_memory $! >"$work/memory"
 wait
