@@ -27,6 +27,13 @@ constexpr Fault kFaults[] = {
     {"buffer is kept", "kept after the stop"},
     {"buffer stays mapped", "still mapped"},
     {"callback after stop", "after"},
+    {"last frame is lost", "frames in place of"},
+    {"frames to drop come", "frames in place of"},
+    {"list is not emptied", "leaves it in the list"},
+    {"component is kept", "is not let go"},
+    {"deleter is not used", "a deleter is not used"},
+    {"pool is not used", "not from the pool"},
+    {"update is not kept", "raw.pixel-format is not what"},
     {"flush keeps work", "did not come back"},
     {"drain does nothing", "did not come back"},
     {"stop twice is taken", "stop"},
@@ -38,7 +45,7 @@ constexpr Fault kFaults[] = {
 
 class ComponentChecksTest : public Fixture {
   protected:
-    // The faults and warnings of all checks, in lines.
+    // The faults of all checks, in lines; with a fault the warnings too.
     std::string check(const char* fault) {
         setenv("LX2_FAULT", fault, 1);
         std::string error, seen;
@@ -49,10 +56,11 @@ class ComponentChecksTest : public Fixture {
         EXPECT_NE(library, nullptr) << error;
         host::CheckComponent(
             library, {stream},
-            [&seen](const host::ComponentCheck& check) {
-                for (const auto* lines : {&check.faults, &check.warnings})
-                    for (const std::string& line : *lines)
-                        seen += check.name + ": " + line + "\n";
+            [&](const host::ComponentCheck& check) {
+                for (const std::string& line : check.faults)
+                    seen += check.name + ": " + line + "\n";
+                for (const std::string& line : check.warnings)
+                    seen += *fault != '\0' ? line + "\n" : "";
             },
             std::chrono::milliseconds(*fault != '\0' ? 60 : 20000));
         log.take();
@@ -61,8 +69,7 @@ class ComponentChecksTest : public Fixture {
 };
 
 TEST_F(ComponentChecksTest, EachFaultIsFoundAndNothingElse) {
-    const std::string nothing = check("");
-    EXPECT_EQ(nothing.find("failed"), std::string::npos) << nothing;
+    EXPECT_EQ(check(""), "");
     for (const Fault& row : kFaults)
         EXPECT_THAT(check(row.fault), HasSubstr(row.said)) << row.fault;
 }

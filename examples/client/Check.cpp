@@ -38,19 +38,27 @@ int Check(const Options& options, const std::shared_ptr<host::ComponentLibrary>&
             if (!options.file.empty() || stream->mediaType == type)
                 streams.push_back(std::move(*stream));
         }
+        if (streams.empty() && type != "video/raw")
+            printf("no sample of %s is here: name a FILE for the checks that decode\n",
+                   type.c_str());
         component->release();
     }
     size_t failed = 0;
+    const auto done = [&](const host::ComponentCheck& check) {
+        puts(check.faults.empty() ? "ok" : "FAIL");
+        for (const std::string& fault : check.faults)
+            printf("      %s\n", fault.c_str());
+        for (const std::string& warning : check.warnings)
+            printf("      warning: %s\n", warning.c_str());
+        failed += check.faults.empty() ? 0 : 1;
+    };
+    // The name first: it tells where a component crashes or hangs.
+    const auto begin = [](const std::string& name) {
+        printf("%s: ", name.c_str());
+        fflush(stdout);
+    };
     const auto results =
-        host::CheckComponent(library, streams, [&](const host::ComponentCheck& check) {
-            printf("%-6s%s\n", check.faults.empty() ? "ok" : "FAIL", check.name.c_str());
-            for (const std::string& fault : check.faults)
-                printf("      %s\n", fault.c_str());
-            for (const std::string& warning : check.warnings)
-                printf("      warning: %s\n", warning.c_str());
-            fflush(stdout);
-            failed += check.faults.empty() ? 0 : 1;
-        });
+        host::CheckComponent(library, streams, done, std::chrono::seconds(20), begin);
     printf("%zu checks, %zu failed\n", results.size(), failed);
     return failed == 0 ? 0 : kExitFailed;
 }

@@ -94,9 +94,12 @@ class Client::Listener : public C2Component::Listener {
             queued.buffers.push_back(buffer);
         mQueued[work.input.ordinal.frameIndex.peekull()] = std::move(queued);
     }
-    void remove(uint64_t index) {
+    void answered(uint64_t index, c2_status_t status, bool taken) {
         std::lock_guard<std::mutex> guard(mLock);
-        mQueued.erase(index);
+        if (status != C2_OK)
+            mQueued.erase(index);
+        else if (!taken)
+            failWork(index, "queue leaves it in the list");
     }
     void takeFlushed(std::list<std::unique_ptr<C2Work>> works) {
         std::lock_guard<std::mutex> guard(mLock);
@@ -329,9 +332,7 @@ c2_status_t Client::queue(Input input) {
     const auto time = Clock::now();
     const c2_status_t status = mComponent->queue_nb(&works);
     mListener->timed("queue", kQuick, time);
-    if (status != C2_OK)
-        mListener->remove(mNextIndex);
-    ++mNextIndex;
+    mListener->answered(mNextIndex++, status, works.empty());
     return status;
 }
 

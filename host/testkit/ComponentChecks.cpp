@@ -28,6 +28,7 @@ constexpr uint32_t kEnd = C2FrameData::FLAG_END_OF_STREAM;
 constexpr size_t kSlots = 32;
 // The platform allows 500 ms for what a flush leaves behind; a loaded machine takes longer.
 constexpr milliseconds kFlushPatience{5000};
+constexpr milliseconds kShortPatience{2000};
 
 // The frame that a component with graphic input gets.
 std::shared_ptr<C2Buffer> PictureBuffer(uint32_t width, uint32_t height, uint32_t index) {
@@ -64,7 +65,7 @@ Values ValuesOf(const C2ComponentInterface& interface) {
 class Subject {
   public:
     Subject(const std::shared_ptr<ComponentLibrary>& library, const std::string& mediaType,
-            milliseconds patience, ComponentCheck* check)
+            milliseconds* patience, ComponentCheck* check)
         : mCheck(check), mPatience(patience), mClient(library->createComponent()) {
         if (!mediaType.empty()) {
             const auto type = C2PortMediaTypeSetting::input::AllocUnique(mediaType.size() + 1);
@@ -126,7 +127,7 @@ class Subject {
         }
         // What is behind the last frame has its time.
         expect("queue", mClient.queue(std::move(input)), C2_OK);
-        while (mClient.pending() > kSlots && collect(mPatience)) {
+        while (!mLosesWork && mClient.pending() > kSlots && collect(*mPatience)) {
         }
     }
     void queue(const std::vector<Unit>& units, size_t from, size_t to, uint32_t lastFlags = 0) {
@@ -138,19 +139,27 @@ class Subject {
     // Takes one output; false when none comes.
     bool collect(milliseconds patience) {
         const auto output = mClient.next(patience);
-        if (!output)
+        if (!output) {
+            // A component that loses work does so in most checks: they would take minutes.
+            mLosesWork = mClient.pending() != 0;
+            if (mLosesWork)
+                *mPatience = std::min(*mPatience, kShortPatience);
             return false;
+        }
         if (output->buffer != nullptr) {
             ++frames;
+            fromSurface = fromSurface && (mSurface == nullptr || mSurface->slotsOut() > 0);
             mOutputs.emplace_back(output->buffer);
         }
+        for (const auto& update : output->updates)
+            mUpdates[update->index()] = update;
         if (output->result != C2_OK)
             fail("work " + std::to_string(output->frameIndex) + " failed with " +
                  std::to_string(output->result));
         return true;
     }
     // Takes all outputs that come; all works have to.
-    void finish() { finish(mPatience); }
+    void finish() { finish(*mPatience); }
     void finish(milliseconds patience) {
         while (collect(patience)) {
         }
@@ -161,7 +170,7 @@ class Subject {
     }
     void flush() {
         expect("flush", mClient.flush(), C2_OK);
-        finish(std::min(mPatience, kFlushPatience));
+        finish(std::min(*mPatience, kFlushPatience));
     }
     void setSize(uint32_t width, uint32_t height) {
         mWidth = width;
@@ -170,17 +179,29 @@ class Subject {
         mClient.config({&size});
     }
 
+    // A query answers what the outputs said last.
+    void expectUpdatesKept() {
+        for (const auto& [name, value] : ValuesOf(*mClient.component()->intf())) {
+            const auto update = mUpdates.find(value->index());
+            if (update != mUpdates.end() && *update->second != *value)
+                fail(name + " is not what the outputs announced");
+        }
+    }
+
     uint64_t frames = 0;
+    bool fromSurface = true;  // what came out of it
 
   private:
     ComponentCheck* const mCheck;
-    const milliseconds mPatience;
+    milliseconds* const mPatience;
     Client mClient;
     std::shared_ptr<SlotGraphicPool> mSurface;
     bool mTakesPictures = false;
+    bool mLosesWork = false;
     uint32_t mWidth = 320, mHeight = 240;
     uint32_t mPictures = 0;
     std::vector<std::weak_ptr<C2Buffer>> mOutputs;
+    std::map<uint32_t, std::shared_ptr<C2Param>> mUpdates;  // the last of each
     uint64_t mNextTime = 0;
     uint64_t mBase = 0;
 };
@@ -198,7 +219,8 @@ class Checks {
         mMediaType = streams.empty() ? "" : streams.front().mediaType;
     }
 
-    std::vector<ComponentCheck> run(const std::function<void(const ComponentCheck&)>& done);
+    std::vector<ComponentCheck> run(const std::function<void(const ComponentCheck&)>& done,
+                                    const std::function<void(const std::string&)>& begin);
 
   private:
     struct Row {
@@ -208,6 +230,7 @@ class Checks {
     };
     static const Row kRows[];
 
+    void factory(Subject& subject);
     void parameters(Subject& subject);
     void emptyCalls(Subject& subject);
     void startAndStop(Subject& subject);
@@ -225,6 +248,7 @@ class Checks {
     void flushBehindConfig(Subject& subject);
     void keyFramesAlone(Subject& subject);
     void severalStreams(Subject& subject);
+    void dropFrames(Subject& subject);
     void oddSizes(Subject& subject);
     void bitrateChange(Subject& subject);
 
@@ -236,20 +260,21 @@ class Checks {
         return at;
     }
     void expectFrames(Subject& subject, uint64_t frames) {
-        if (mFrames && subject.frames < frames)
-            subject.fail(std::to_string(subject.frames) + " of " + std::to_string(frames) +
-                         " frames");
+        if (mFrames && subject.frames != frames)
+            subject.fail(std::to_string(subject.frames) + " frames in place of " +
+                         std::to_string(frames));
     }
 
     const std::shared_ptr<ComponentLibrary> mLibrary;
     const std::vector<TestStream> mStreams;
-    const milliseconds mPatience;
+    milliseconds mPatience;
     std::vector<Unit> mUnits;
     std::string mMediaType;
     std::optional<uint64_t> mFrames;  // of the whole stream, once it was run
 };
 
 const Checks::Row Checks::kRows[] = {
+    {"the factory", Row::kNothing, &Checks::factory},
     {"parameters are queried and set back", Row::kNothing, &Checks::parameters},
     {"flush without work, and an empty list of work", Row::kNothing, &Checks::emptyCalls},
     {"ten times start and stop, ten times reset", Row::kNothing, &Checks::startAndStop},
@@ -265,12 +290,32 @@ const Checks::Row Checks::kRows[] = {
     {"flush between configuration and first frame", Row::kStream, &Checks::flushBehindConfig},
     {"key frames alone", Row::kStream, &Checks::keyFramesAlone},
     {"streams one after another", Row::kStream, &Checks::severalStreams},
+    {"frames that are not to be given out", Row::kStream, &Checks::dropFrames},
     {"odd sizes", Row::kPictures, &Checks::oddSizes},
     {"another bit rate on the way", Row::kPictures, &Checks::bitrateChange},
     {"flush, stop and reset abandon work, and end a wait for a buffer", Row::kInput,
      &Checks::stopWithWork},
     {"reset brings the defaults back", Row::kInput, &Checks::resetToDefaults},
 };
+
+// Each object that the loader's deleters come with keeps the library.
+void Checks::factory(Subject& subject) {
+    const auto owners = mLibrary.use_count();
+    const auto component = mLibrary->createComponent();
+    const auto interface = mLibrary->createInterface();
+    subject.expect("createInterface", interface != nullptr);
+    if (component == nullptr || interface == nullptr)
+        return;
+    if (mLibrary.use_count() < owners + 2)
+        subject.fail("a deleter is not used: the library is unloaded too early");
+    const std::string name = component->intf()->getName();
+    if (name.empty() || name != interface->getName())
+        subject.fail("the component's name is \"" + name + "\", its interface's \"" +
+                     interface->getName() + "\"");
+    if (MediaTypeOf(*interface).empty())
+        subject.fail("input.media-type has no value");
+    component->release();
+}
 
 void Checks::parameters(Subject& subject) {
     C2ComponentInterface& intf = *subject.client().component()->intf();
@@ -342,6 +387,9 @@ void Checks::wholeStream(Subject& subject) {
     subject.finish();
     if (subject.frames == 0)
         subject.fail("no frame");
+    if (!subject.fromSurface)
+        subject.fail("pictures are not from the pool in output.buffers.pool-ids");
+    subject.expectUpdatesKept();
     mFrames = subject.frames;
 }
 
@@ -438,14 +486,21 @@ void Checks::keyFramesAlone(Subject& subject) {
 
 void Checks::severalStreams(Subject& subject) {
     subject.start();
-    uint64_t frames = 0;
     for (const TestStream& stream : mStreams) {
         const uint64_t before = subject.frames;
         subject.queue(stream.units, 0, stream.units.size(), kEnd);
         subject.finish();
         subject.expect("frames of each stream", subject.frames > before);
-        frames += mFrames.value_or(0);
     }
+}
+
+void Checks::dropFrames(Subject& subject) {
+    subject.start();
+    for (const Unit& unit : mUnits)
+        subject.queue(&unit, unit.config ? 0 : uint32_t{C2FrameData::FLAG_DROP_FRAME});
+    subject.queue(nullptr, kEnd);
+    subject.finish();
+    expectFrames(subject, 0);
 }
 
 void Checks::oddSizes(Subject& subject) {
@@ -503,10 +558,11 @@ void Checks::resetToDefaults(Subject& subject) {
     fresh->release();
 }
 
-std::vector<ComponentCheck> Checks::run(const std::function<void(const ComponentCheck&)>& done) {
+std::vector<ComponentCheck> Checks::run(const std::function<void(const ComponentCheck&)>& done,
+                                        const std::function<void(const std::string&)>& begin) {
     std::vector<ComponentCheck> results;
     ComponentCheck probe;
-    const bool pictures = Subject(mLibrary, mMediaType, mPatience, &probe).takesPictures();
+    const bool pictures = Subject(mLibrary, mMediaType, &mPatience, &probe).takesPictures();
     for (const Row& row : kRows) {
         const bool possible = row.needs == Row::kNothing ||
                               (row.needs == Row::kPictures && pictures) ||
@@ -516,11 +572,17 @@ std::vector<ComponentCheck> Checks::run(const std::function<void(const Component
             continue;
         ComponentCheck result;
         result.name = row.name;
+        if (begin)
+            begin(result.name);
         const OpenResources before;
+        std::weak_ptr<C2Component> component;
         {
-            Subject subject(mLibrary, mMediaType, mPatience, &result);
+            Subject subject(mLibrary, mMediaType, &mPatience, &result);
+            component = subject.client().component();
             (this->*row.check)(subject);
         }
+        if (!component.expired())
+            result.faults.push_back("the component is not let go: something refers to it");
         for (const std::string& left : before.leftOpen())
             result.faults.push_back("left open: " + left);
         if (done)
@@ -535,8 +597,9 @@ std::vector<ComponentCheck> Checks::run(const std::function<void(const Component
 std::vector<ComponentCheck> CheckComponent(const std::shared_ptr<ComponentLibrary>& library,
                                            const std::vector<TestStream>& streams,
                                            const std::function<void(const ComponentCheck&)>& done,
-                                           milliseconds patience) {
-    return Checks(library, streams, patience).run(done);
+                                           milliseconds patience,
+                                           const std::function<void(const std::string&)>& begin) {
+    return Checks(library, streams, patience).run(done, begin);
 }
 
 }  // namespace lx2::host

@@ -3,7 +3,9 @@
 #include <C2Component.h>
 #include <C2ComponentFactory.h>
 #include <C2Config.h>
+#include <C2PlatformSupport.h>
 #include <lx2/LX2Buffer.h>
+#include <lx2host/BlockPools.h>
 #include <lx2host/ComponentLoader.h>
 
 #include <chrono>
@@ -57,7 +59,16 @@ class Faulty : public C2Component,
         mListener = listener;
         return mReal->setListener_vb(listener != nullptr ? shared_from_this() : nullptr, mayBlock);
     }
-    c2_status_t queue_nb(Works* const items) override { return mReal->queue_nb(items); }
+    c2_status_t queue_nb(Works* const items) override {
+        if (!items->empty() && Has("frames to drop come"))
+            items->front()->input.flags =
+                C2FrameData::flags_t(items->front()->input.flags & ~C2FrameData::FLAG_DROP_FRAME);
+        const bool any = !items->empty();
+        const c2_status_t status = mReal->queue_nb(items);
+        if (any && Has("list is not emptied"))
+            items->push_back(nullptr);
+        return status;
+    }
     c2_status_t announce_nb(const std::vector<C2WorkOutline>&) override { return C2_OMITTED; }
     c2_status_t flush_sm(flush_mode_t mode, Works* const flushed) override {
         const c2_status_t status = mReal->flush_sm(mode, flushed);
@@ -69,9 +80,15 @@ class Faulty : public C2Component,
         return Has("drain does nothing") ? C2_OK : mReal->drain_nb(mode);
     }
     c2_status_t start() override {
-        if (Has("start is slow"))
+        static bool slept = false;
+        if (Has("start is slow") && !std::exchange(slept, true))
             std::this_thread::sleep_for(std::chrono::milliseconds(600));
-        return mReal->start();
+        static std::shared_ptr<C2Component> kept;
+        kept = Has("component is kept") ? shared_from_this() : nullptr;
+        const c2_status_t status = mReal->start();
+        if (status == C2_OK && !Has("pool is not used"))
+            handOnPool();
+        return status;
     }
     c2_status_t stop() override {
         const c2_status_t status = mReal->stop();
@@ -93,11 +110,25 @@ class Faulty : public C2Component,
     std::shared_ptr<C2ComponentInterface> intf() override { return mReal->intf(); }
 
   private:
+    // A pool is its component's alone: the client's was made for this one.
+    void handOnPool() {
+        std::vector<std::unique_ptr<C2Param>> ids;
+        mReal->intf()->query_vb({}, {uint32_t{C2PortBlockPoolsTuning::output::PARAM_TYPE}},
+                                C2_MAY_BLOCK, &ids);
+        const auto id = C2PortBlockPoolsTuning::output::From(ids.front().get())->m.values[0];
+        std::shared_ptr<C2BlockPool> pool;
+        if (android::GetCodec2BlockPool(id, shared_from_this(), &pool) == C2_OK)
+            lx2::host::RegisterBlockPool(pool, mReal);
+    }
     void spoil(std::unique_ptr<C2Work>& work, Works* extra) {
         C2FrameData& output = work->worklets.front()->output;
         const bool third = work->input.ordinal.frameIndex.peeku() == 2;
         if (Has("size is not announced"))
             output.configUpdate.clear();
+        if (Has("update is not kept"))
+            output.configUpdate.push_back(C2Param::Copy(C2StreamPixelFormatInfo::output(0u, 1)));
+        if (Has("last frame is lost") && (work->input.flags & C2FrameData::FLAG_END_OF_STREAM) != 0)
+            output.buffers.clear();
         if (Has("end is lost"))
             output.flags = C2FrameData::flags_t(output.flags & ~C2FrameData::FLAG_END_OF_STREAM);
         if (Has("buffer is kept") && !output.buffers.empty())
@@ -136,14 +167,17 @@ class Faulty : public C2Component,
 class Factory : public C2ComponentFactory {
   public:
     c2_status_t createComponent(c2_node_id_t, std::shared_ptr<C2Component>* const component,
-                                ComponentDeleter) override {
-        *component = std::make_shared<Faulty>(mLibrary->createComponent());
+                                ComponentDeleter deleter) override {
+        if (Has("deleter is not used"))
+            deleter = std::default_delete<C2Component>();
+        *component = std::shared_ptr<Faulty>(new Faulty(mLibrary->createComponent()), deleter);
         return C2_OK;
     }
     c2_status_t createInterface(c2_node_id_t,
                                 std::shared_ptr<C2ComponentInterface>* const interface,
-                                InterfaceDeleter) override {
-        *interface = mLibrary->createInterface();
+                                InterfaceDeleter deleter) override {
+        const auto real = mLibrary->createInterface();
+        *interface = {real.get(), [real, deleter](C2ComponentInterface*) {}};
         return C2_OK;
     }
 

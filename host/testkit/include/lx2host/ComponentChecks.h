@@ -34,12 +34,14 @@ struct ComponentCheck {
     std::vector<std::string> warnings;  // calls that took too long
 };
 
-// Runs all checks, each with a component of its own, and calls done after each. streams: of one
-// media type; checks that need one are left out without. A component with graphic input, an encoder
-// or a filter, is given made-up pictures. patience: a work that takes longer counts as lost.
+// Runs all checks, each with a component of its own, and calls begin before and done after each.
+// streams: of one media type; checks that need one are left out without. A component with graphic
+// input, an encoder or a filter, is given made-up pictures. patience: a work that takes longer
+// counts as lost.
 std::vector<ComponentCheck> CheckComponent(
     const std::shared_ptr<ComponentLibrary>& library, const std::vector<TestStream>& streams,
     const std::function<void(const ComponentCheck&)>& done = {},
-    std::chrono::milliseconds patience = std::chrono::seconds(20));
+    std::chrono::milliseconds patience = std::chrono::seconds(20),
+    const std::function<void(const std::string& name)>& begin = {});
 
 }  // namespace lx2::host
