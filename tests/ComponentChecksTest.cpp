@@ -23,6 +23,7 @@ constexpr Fault kFaults[] = {
     {"input is kept", "came back with its input buffer"},
     {"fails with a buffer", "a failed work has a buffer"},
     {"end is lost", "end of the stream"},
+    {"picture is another's", "the picture is not the stream's"},
     {"size is not announced", "announced was"},
     {"buffer is kept", "kept after the stop"},
     {"buffer stays mapped", "still mapped"},

@@ -38,12 +38,8 @@ std::unique_ptr<Pictures> Pictures::Open(const std::string& file, std::string* e
         pictures->mInput = Input::Open(file, error);
         if (pictures->mInput == nullptr)
             return nullptr;
-        const AVCodecParameters* coded = &pictures->mInput->codec();
-        const AVCodec* decoder = avcodec_find_decoder(coded->codec_id);
-        pictures->mDecoder.reset(avcodec_alloc_context3(decoder));
-        avcodec_parameters_to_context(pictures->mDecoder.get(), coded);
-        pictures->mDecoder->pkt_timebase = {1, 1000000};
-        if (decoder == nullptr || avcodec_open2(pictures->mDecoder.get(), decoder, nullptr) < 0) {
+        pictures->mDecoder = AvDecoder::Open(*pictures->mInput);
+        if (pictures->mDecoder == nullptr) {
             *error = file + ": holds " + pictures->mInput->codecName() +
                      ", which libavcodec does not decode";
             return nullptr;
@@ -82,22 +78,13 @@ Picture Pictures::make() {
 }
 
 Picture Pictures::decode() {
-    Picture frame(av_frame_alloc());
     for (;;) {
-        const int status = avcodec_receive_frame(mDecoder.get(), frame.get());
-        if (status == 0)
+        Picture frame = mDecoder->next();
+        if (frame != nullptr || mAtEnd)
             return frame;
-        if (status == AVERROR_EOF)
-            return nullptr;
-        if (status != AVERROR(EAGAIN)) {
-            ++mDamaged;
-            continue;
-        }
         const Packet packet = mInput->read();
-        if (packet != nullptr)
-            packet->dts = AV_NOPTS_VALUE;  // pts alone is in the unit that the decoder is told
-        if (avcodec_send_packet(mDecoder.get(), packet.get()) < 0)
-            ++mDamaged;
+        mAtEnd = packet == nullptr;
+        mDecoder->send(packet.get());
     }
 }
 
@@ -160,14 +147,13 @@ Picture Pictures::next() {
     if (frame == nullptr)
         return nullptr;
     ++mCount;
-    mDamaged += (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame->decode_error_flags != 0;
     return convert(*frame);
 }
 
 std::vector<std::string> Pictures::problems() const {
     std::vector<std::string> problems;
-    if (mDamaged > 0)
-        problems.push_back(std::to_string(mDamaged) + " pictures are damaged");
+    if (mDecoder != nullptr && mDecoder->damaged() > 0)
+        problems.push_back(std::to_string(mDecoder->damaged()) + " pictures are damaged");
     if (mInput != nullptr && !mInput->problem().empty())
         problems.push_back(mInput->problem());
     return problems;

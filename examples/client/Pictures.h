@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Input.h"
+#include "AvDecoder.h"
 
 extern "C" {
 #include <libswscale/swscale.h>
@@ -44,7 +44,8 @@ class Pictures {
 
     std::string mName;
     std::unique_ptr<Input> mInput;
-    Context mDecoder;
+    std::unique_ptr<AvDecoder> mDecoder;
+    bool mAtEnd = false;
     std::unique_ptr<SwsContext, decltype(&sws_freeContext)> mScaler{nullptr, &sws_freeContext};
     struct {
         int format, width, height;
@@ -54,7 +55,7 @@ class Pictures {
     int mWidth = 0, mHeight = 0;
     AVPixelFormat mFormat = AV_PIX_FMT_NONE;
     int64_t mLastTime = -1;
-    uint64_t mCount = 0, mInterlaced = 0, mScaled = 0, mDamaged = 0;
+    uint64_t mCount = 0, mInterlaced = 0, mScaled = 0;
     Picture mAhead;
 };
 

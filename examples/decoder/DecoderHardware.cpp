@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "../component/AvColor.h"
+#include "../component/AvPicture.h"
 #include "../component/AvPointers.h"
 
 namespace lx2::example {
@@ -76,18 +77,6 @@ Picture EvenSized(const AVFrame& frame, size_t sampleBytes) {
     if (frame.height % 2 != 0)
         memcpy(row, row - even->linesize[0], static_cast<size_t>(even->width) * sampleBytes);
     return even;
-}
-
-host::PictureView ViewOf(const AVFrame& frame) {
-    const bool ten = frame.format == AV_PIX_FMT_YUV420P10LE;
-    host::PictureView picture;
-    picture.width = static_cast<uint32_t>(frame.width);
-    picture.height = static_cast<uint32_t>(frame.height);
-    picture.bitDepth = ten ? 10 : 8;
-    picture.sampleBytes = ten ? 2 : 1;
-    for (size_t i = 0; i < picture.planes.size(); ++i)
-        picture.planes[i] = {frame.data[i], frame.linesize[i]};
-    return picture;
 }
 
 class Hardware final : public DecoderHardware {

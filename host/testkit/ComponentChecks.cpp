@@ -29,6 +29,7 @@ constexpr size_t kSlots = 32;
 // The platform allows 500 ms for what a flush leaves behind; a loaded machine takes longer.
 constexpr milliseconds kFlushPatience{5000};
 constexpr milliseconds kShortPatience{2000};
+constexpr size_t kMostFaults = 10;  // of a check; the first tell enough
 
 // The frame that a component with graphic input gets.
 std::shared_ptr<C2Buffer> PictureBuffer(uint32_t width, uint32_t height, uint32_t index) {
@@ -71,6 +72,8 @@ class Subject {
             const auto type = C2PortMediaTypeSetting::input::AllocUnique(mediaType.size() + 1);
             memcpy(type->m.value, mediaType.c_str(), mediaType.size() + 1);
             mClient.config({type.get()});
+            if (const auto taken = MediaTypeOf(*mClient.component()->intf()); taken != mediaType)
+                fail("takes " + taken + ", not " + mediaType);
         }
         const auto input = mClient.query<C2StreamBufferTypeSetting::input>();
         mTakesPictures = input && input->value == C2BufferData::GRAPHIC;
@@ -88,10 +91,38 @@ class Subject {
             mCheck->warnings.push_back(warning);
     }
 
+    void comparePicture(const Client::Output& output) {
+        const auto unit = mCoded.find(output.timestamp);
+        if (!comparesPictures || unit == mCoded.end())
+            return;
+        const auto buffer = LX2Buffer::CreateFromC2Buffer(output.buffer);
+        const LX2Buffer::Graphic& view = *buffer->graphic();
+        const auto frame =
+            ReadFrame(view.fd(), view.offset(), view.format(), view.width(), view.height());
+        const bool rgb =
+            view.format() == PixFormat::RGBA8888 || view.format() == PixFormat::RGBA8888_CMPX;
+        if (!frame || frame->bitDepth != unit->second->bitDepth || rgb)
+            return;
+        PictureView shown = frame->view();
+        const C2Rect crop = view.crop();
+        for (size_t i = 0; i < shown.planes.size(); ++i) {
+            const uint32_t step = i == 0 ? 1 : 2;
+            shown.planes[i].data +=
+                crop.top / step * shown.planes[i].pitch + crop.left / step * shown.sampleBytes;
+        }
+        shown.width = crop.width;
+        shown.height = crop.height;
+        if (ChecksumOf(shown) != unit->second->checksum)
+            fail("work " + std::to_string(output.frameIndex) + ": the picture is not the stream's");
+    }
+
     Client& client() { return mClient; }
     bool takesPictures() const { return mTakesPictures; }
 
-    void fail(const std::string& what) { mCheck->faults.push_back(what); }
+    void fail(const std::string& what) {
+        if (mCheck->faults.size() < kMostFaults)
+            mCheck->faults.push_back(what);
+    }
     void expect(const std::string& what, bool good) {
         if (!good)
             fail(what + " failed");
@@ -122,6 +153,8 @@ class Subject {
             input.timestamp = mBase + unit->timestamp;
             mNextTime = std::max(mNextTime, input.timestamp + 40000);
             input.buffer = LinearBuffer(unit->bytes.data(), unit->bytes.size());
+            if (unit->checksum)
+                mCoded[input.timestamp] = unit;
             if (unit->config)
                 input.flags |= C2FrameData::FLAG_CODEC_CONFIG;
         }
@@ -148,6 +181,7 @@ class Subject {
         }
         if (output->buffer != nullptr) {
             ++frames;
+            comparePicture(*output);
             fromSurface = fromSurface && (mSurface == nullptr || mSurface->slotsOut() > 0);
             mOutputs.emplace_back(output->buffer);
         }
@@ -189,7 +223,8 @@ class Subject {
     }
 
     uint64_t frames = 0;
-    bool fromSurface = true;  // what came out of it
+    bool fromSurface = true;        // what came out of it
+    bool comparesPictures = false;  // beyond a flush a decoder may lack what they refer to
 
   private:
     ComponentCheck* const mCheck;
@@ -202,6 +237,7 @@ class Subject {
     uint32_t mPictures = 0;
     std::vector<std::weak_ptr<C2Buffer>> mOutputs;
     std::map<uint32_t, std::shared_ptr<C2Param>> mUpdates;  // the last of each
+    std::map<uint64_t, const Unit*> mCoded;                 // by time, those whose picture is known
     uint64_t mNextTime = 0;
     uint64_t mBase = 0;
 };
@@ -312,7 +348,7 @@ void Checks::factory(Subject& subject) {
     if (name.empty() || name != interface->getName())
         subject.fail("the component's name is \"" + name + "\", its interface's \"" +
                      interface->getName() + "\"");
-    if (MediaTypeOf(*interface).empty())
+    if (!subject.takesPictures() && MediaTypeOf(*interface).empty())
         subject.fail("input.media-type has no value");
     component->release();
 }
@@ -382,6 +418,7 @@ void Checks::releases(Subject& subject) {
 }
 
 void Checks::wholeStream(Subject& subject) {
+    subject.comparesPictures = true;
     subject.start();
     subject.queue(mUnits, 0, mUnits.size(), kEnd);
     subject.finish();
@@ -485,6 +522,7 @@ void Checks::keyFramesAlone(Subject& subject) {
 }
 
 void Checks::severalStreams(Subject& subject) {
+    subject.comparesPictures = true;
     subject.start();
     for (const TestStream& stream : mStreams) {
         const uint64_t before = subject.frames;
@@ -561,8 +599,20 @@ void Checks::resetToDefaults(Subject& subject) {
 std::vector<ComponentCheck> Checks::run(const std::function<void(const ComponentCheck&)>& done,
                                         const std::function<void(const std::string&)>& begin) {
     std::vector<ComponentCheck> results;
+    const auto report = [&](ComponentCheck result) {
+        if (done)
+            done(result);
+        results.push_back(std::move(result));
+    };
     ComponentCheck probe;
+    probe.name = "the media type of the stream";
     const bool pictures = Subject(mLibrary, mMediaType, &mPatience, &probe).takesPictures();
+    if (!probe.faults.empty()) {
+        if (begin)
+            begin(probe.name);
+        report(std::move(probe));
+        return results;
+    }
     for (const Row& row : kRows) {
         const bool possible = row.needs == Row::kNothing ||
                               (row.needs == Row::kPictures && pictures) ||
@@ -585,14 +635,29 @@ std::vector<ComponentCheck> Checks::run(const std::function<void(const Component
             result.faults.push_back("the component is not let go: something refers to it");
         for (const std::string& left : before.leftOpen())
             result.faults.push_back("left open: " + left);
-        if (done)
-            done(result);
-        results.push_back(std::move(result));
+        report(std::move(result));
     }
     return results;
 }
 
 }  // namespace
+
+uint64_t ChecksumOf(const PictureView& picture) {
+    uint64_t sum = 0;
+    for (size_t i = 0; i < picture.planes.size(); ++i) {
+        const uint32_t width = i == 0 ? picture.width : (picture.width + 1) / 2;
+        const uint32_t height = i == 0 ? picture.height : (picture.height + 1) / 2;
+        for (uint32_t y = 0; y < height; ++y) {
+            const uint8_t* row = picture.planes[i].data + y * picture.planes[i].pitch;
+            for (uint32_t x = 0; x < width; ++x) {
+                const uint32_t sample =
+                    picture.sampleBytes == 1 ? row[x] : row[2 * x] | row[2 * x + 1] << 8;
+                sum = (sum ^ sample) * 0x100000001b3;  // FNV-1a, a sample a step
+            }
+        }
+    }
+    return sum;
+}
 
 std::vector<ComponentCheck> CheckComponent(const std::shared_ptr<ComponentLibrary>& library,
                                            const std::vector<TestStream>& streams,

@@ -129,6 +129,10 @@ class Faulty : public C2Component,
             output.configUpdate.push_back(C2Param::Copy(C2StreamPixelFormatInfo::output(0u, 1)));
         if (Has("last frame is lost") && (work->input.flags & C2FrameData::FLAG_END_OF_STREAM) != 0)
             output.buffers.clear();
+        if (Has("picture is another's") && !output.buffers.empty()) {
+            const auto last = std::exchange(mKept, output.buffers.front());
+            output.buffers.front() = last != nullptr ? last : mKept;
+        }
         if (Has("end is lost"))
             output.flags = C2FrameData::flags_t(output.flags & ~C2FrameData::FLAG_END_OF_STREAM);
         if (Has("buffer is kept") && !output.buffers.empty())

@@ -6,11 +6,13 @@
 #pragma once
 
 #include <lx2host/ComponentLoader.h>
+#include <lx2host/VideoCore.h>
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,10 +25,16 @@ struct TestStream {
         bool config = false;    // codec configuration, and no picture
         bool keyFrame = false;  // decoding can begin here
         uint64_t timestamp = 0;
+        // Of the picture that is shown at this time; none: not compared.
+        std::optional<uint64_t> checksum = {};
+        uint32_t bitDepth = 8;
     };
     std::string mediaType;
     std::vector<Unit> units;
 };
+
+// Of the samples, wherever they lie: the same for each format of one depth.
+uint64_t ChecksumOf(const PictureView& picture);
 
 struct ComponentCheck {
     std::string name;
