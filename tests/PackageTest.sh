@@ -2,7 +2,7 @@
 # The installed package: the decoder component built outside the tree with find_package alone, and a small
 # program with find_package, by clang too where it is installed, and with pkg-config. The package asks
 # for C++17 itself, with a compiler that starts out from an older one.
-# PackageTest.sh <build folder> <source folder> <linker flags>
+# PackageTest.sh <build folder> <source folder> <sanitizer flags>
 set -euo pipefail
 build=$1
 source=$2
@@ -17,7 +17,7 @@ quiet cmake --install "$build" --prefix "$work/prefix"
 cp -r "$source/examples" "$work/examples"
 
 quiet cmake -S "$work/examples/decoder" -B "$work/decoder" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
-    -DCMAKE_CXX_FLAGS=-std=gnu++14
+    -DCMAKE_CXX_FLAGS="-std=gnu++14 $flags"
 quiet cmake --build "$work/decoder"
 client=$work/prefix/bin/lx2_client
 "$client" --component "$work/decoder/liblx2_decoder.so" "$work/examples/samples/vp9.ivf" |
@@ -29,7 +29,7 @@ mkdir "$work/invert"
 awk -v folder="$work/invert/" '/^### / { file = folder $2 } /^```/ { inside = /^```c/; next } inside { print > file }' \
     "$source/docs/writing-a-component.md"
 quiet cmake -S "$work/invert" -B "$work/invert/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
-    -DCMAKE_EXE_LINKER_FLAGS="$flags"
+    -DCMAKE_CXX_FLAGS="$flags"
 quiet cmake --build "$work/invert/build"
 quiet ctest --test-dir "$work/invert/build" --output-on-failure
 
