@@ -47,13 +47,15 @@ constexpr Fault kFaults[] = {
 class ComponentChecksTest : public Fixture {
   protected:
     // The faults of all checks, in lines; with a fault the warnings too.
-    std::string check(const char* fault) {
+    std::string check(const char* fault, const char* component = LX2_FAULTY) {
         setenv("LX2_FAULT", fault, 1);
         std::string error, seen;
         // It holds a change of size.
         static const auto stream =
             *example::ReadStream(LX2_SAMPLES_DIR "/avc_resize.264", 30, &error);
-        const auto library = host::ComponentLibrary::Open(LX2_FAULTY, &error);
+        for (const auto& unit : stream.units)
+            EXPECT_NE(unit.config, unit.checksum.has_value()) << unit.timestamp;
+        const auto library = host::ComponentLibrary::Open(component, &error);
         EXPECT_NE(library, nullptr) << error;
         host::CheckComponent(
             library, {stream},
@@ -73,6 +75,8 @@ TEST_F(ComponentChecksTest, EachFaultIsFoundAndNothingElse) {
     EXPECT_EQ(check(""), "");
     for (const Fault& row : kFaults)
         EXPECT_THAT(check(row.fault), HasSubstr(row.said)) << row.fault;
+    EXPECT_EQ(check("", LX2_ENCODER),
+              "a component for the stream: takes video/raw, not video/avc\n");
 }
 
 }  // namespace
