@@ -1,6 +1,7 @@
 // The example components with their client beside what they are built around: libavcodec alone,
-// which decodes or encodes the same pictures and writes the same bytes. Both run in turn, each in a
-// process of its own; each line is the median of the ratios of some rounds, with its aim.
+// which decodes or encodes the same pictures. It leaves them in three planes; the component writes
+// NV12, as the program ffmpeg does on request. Both run in turn, each in a process of its own; each
+// line is the median of the ratios of some rounds, with its aim.
 //
 //   component_bench [<rounds>]
 //   component_bench decode|encode <threads> <clip> <target>    libavcodec's part
@@ -131,7 +132,7 @@ int Become(const char* program, const Arguments& arguments) {
     for (const std::string& argument : arguments)
         argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
-    execv(program, argv.data());
+    execvp(program, argv.data());
     return 1;
 }
 
@@ -188,7 +189,7 @@ void Run(const Contest& contest, int rounds) {
         ownFaults = ours.faults;
     }
     const double ratio = lx2::bench::Median(ratios);
-    printf("%-58s %.2f to %.2f s, %ld to %ld page faults: %.2f, aim %.2f: %s\n", contest.name,
+    printf("%-60s %.2f to %.2f s, %ld to %ld page faults: %.2f, aim %.2f: %s\n", contest.name,
            lx2::bench::Median(own), lx2::bench::Median(peers), ownFaults, peerFaults, ratio,
            contest.aim, ratio <= contest.aim ? "met" : "missed");
 }
@@ -204,6 +205,13 @@ int Compare(int rounds, const std::string& folder) {
          1.05,
          {"decode", "1", clip, file},
          decode},
+        {"decoder to ffmpeg that writes the same NV12, processor time",
+         &Usage::processor,
+         1.05,
+         {"-v", "error", "-nostdin", "-y", "-threads", "1", "-i", clip, "-f", "rawvideo",
+          "-pix_fmt", "nv12", file},
+         decode,
+         "ffmpeg"},
         {"decoder to FFmpeg on all threads, wall time",
          &Usage::wall,
          1.0,
